@@ -1,0 +1,11 @@
+// Runs the registered benchmarks and then prints, for each case, how the
+// library compares with each peer. Benchmarks are named "<case>/<impl>" with
+// the library's implementation called "tarnkit"; a ratio above 1 means the
+// library is faster than that peer.
+#pragma once
+
+namespace TarnkitBench {
+
+int RunAndPrintRatios(int argc, char **argv);
+
+} // namespace TarnkitBench

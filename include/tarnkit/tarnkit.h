@@ -1,0 +1,23 @@
+// Everything the library offers, in one include.
+#pragma once
+
+#include "tarnkit/platform.h"
+
+#include "tarnkit/cswrapper.h"
+#include "tarnkit/interlocked.h"
+#include "tarnkit/refcount.h"
+#include "tarnkit/sexception.h"
+#include "tarnkit/splat.h"
+#include "tarnkit/ssystem.h"
+#include "tarnkit/stimer.h"
+#include "tarnkit/strace.h"
+
+#include "tarnkit/schar.h"
+#include "tarnkit/sresstring.h"
+#include "tarnkit/sstringimpl.h"
+
+#include "tarnkit/sarray.h"
+#include "tarnkit/simplebuffer.h"
+#include "tarnkit/sinvalidparameter.h"
+#include "tarnkit/smap.h"
+#include "tarnkit/sset.h"
