@@ -773,36 +773,39 @@ void ConvertCaseMbcs(char *s, size_t limit, size_t capacity, bool upper) {
 
 } // namespace
 
+namespace {
+
+// The ASCII and wide kinds change case unit by unit over the whole text.
+template <class T>
+void ConvertCaseUnits(T *text, size_t length, bool upper) {
+    for (size_t i = 0; i < length; ++i) {
+        if constexpr (std::is_same_v<T, char>) {
+            int c = static_cast<unsigned char>(text[i]);
+            text[i] = static_cast<char>(upper ? std::toupper(c) : std::tolower(c));
+        } else {
+            text[i] = static_cast<T>(upper ? std::towupper(text[i]) : std::towlower(text[i]));
+        }
+    }
+}
+
+} // namespace
+
 template <class T, int F>
 void SString_t<T, F>::toUpper() {
     copyOnWrite(0);
-    if constexpr (F == 0) {
+    if constexpr (F == 0)
         ConvertCaseMbcs(mutableText(), m_buffer->length, m_buffer->capacity, true);
-    } else {
-        T *text = mutableText();
-        for (size_t i = 0; i < m_buffer->length; ++i) {
-            if constexpr (std::is_same_v<T, char>)
-                text[i] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[i])));
-            else
-                text[i] = static_cast<T>(std::towupper(text[i]));
-        }
-    }
+    else
+        ConvertCaseUnits(mutableText(), m_buffer->length, true);
 }
 
 template <class T, int F>
 void SString_t<T, F>::toLower() {
     copyOnWrite(0);
-    if constexpr (F == 0) {
+    if constexpr (F == 0)
         ConvertCaseMbcs(mutableText(), m_buffer->length, m_buffer->capacity, false);
-    } else {
-        T *text = mutableText();
-        for (size_t i = 0; i < m_buffer->length; ++i) {
-            if constexpr (std::is_same_v<T, char>)
-                text[i] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[i])));
-            else
-                text[i] = static_cast<T>(std::towlower(text[i]));
-        }
-    }
+    else
+        ConvertCaseUnits(mutableText(), m_buffer->length, false);
 }
 
 template <class T, int F>
