@@ -6,7 +6,7 @@
 
 #include <pthread.h>
 
-namespace TarnkitA201 TARNKIT_API {
+TARNKIT_NAMESPACE_BEGIN
 
 class CS_Wrapper {
 public:
@@ -36,4 +36,4 @@ private:
     CS_Wrapper &m_lock;
 };
 
-} // namespace TarnkitA201
+TARNKIT_NAMESPACE_END

@@ -4,7 +4,7 @@
 
 #include "tarnkit/platform.h"
 
-namespace TarnkitA201 TARNKIT_API {
+TARNKIT_NAMESPACE_BEGIN
 
 // Raw primitives on a word the caller owns. None of them spins.
 class SInterlockedBase {
@@ -104,4 +104,4 @@ inline unsigned long SNonInterlockedSet(SInterlockedInt32u *target, unsigned lon
     return target->nonInterlockedSet(value);
 }
 
-} // namespace TarnkitA201
+TARNKIT_NAMESPACE_END

@@ -5,12 +5,17 @@
 #include <cstddef>
 #include <cstdint>
 
-// Marks a namespace block whose declarations are exported from the shared
-// object. Everything else is hidden (the library builds with hidden
-// visibility), so only TarnkitA201 reaches callers.
+// Open and close a block of declarations that the shared object exports.
+// The library builds with hidden visibility, so only what public headers
+// declare inside these blocks reaches callers. A pragma rather than an
+// attribute on the namespace, because clang applies a namespace attribute
+// only to declarations, not to the definitions of free functions made
+// later in an unmarked block.
+#define TARNKIT_NAMESPACE_BEGIN _Pragma("GCC visibility push(default)") namespace TarnkitA201 {
+#define TARNKIT_NAMESPACE_END } _Pragma("GCC visibility pop")
 #define TARNKIT_API __attribute__((visibility("default")))
 
-namespace TarnkitA201 TARNKIT_API {
+TARNKIT_NAMESPACE_BEGIN
 
 // The interfaces speak of __int64; it is long long so that it never collides
 // with the 64-bit long of LP64 in an overload set.
@@ -21,7 +26,7 @@ using __uint64 = unsigned long long;
 // surrogate pairs.
 using WideUnit = unsigned short;
 
-} // namespace TarnkitA201
+TARNKIT_NAMESPACE_END
 
 // Opaque module handle that a host may store for the code above it.
 struct HINSTANCE__;

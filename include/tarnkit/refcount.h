@@ -4,7 +4,7 @@
 
 #include "tarnkit/interlocked.h"
 
-namespace TarnkitA201 TARNKIT_API {
+TARNKIT_NAMESPACE_BEGIN
 
 class CRefCount {
 public:
@@ -91,4 +91,4 @@ private:
     T *m_ptr;
 };
 
-} // namespace TarnkitA201
+TARNKIT_NAMESPACE_END

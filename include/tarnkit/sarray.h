@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-namespace TarnkitA201 TARNKIT_API {
+TARNKIT_NAMESPACE_BEGIN
 
 namespace ContainerDetail {
 
@@ -195,4 +195,4 @@ private:
     std::vector<T> m_array;
 };
 
-} // namespace TarnkitA201
+TARNKIT_NAMESPACE_END

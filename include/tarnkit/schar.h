@@ -4,7 +4,7 @@
 
 #include "tarnkit/platform.h"
 
-namespace TarnkitA201 TARNKIT_API {
+TARNKIT_NAMESPACE_BEGIN
 
 // Longest multibyte character any locale of the library may use.
 inline constexpr int g_numBytesInMBCS = 6;
@@ -151,4 +151,4 @@ bool is_space(unsigned short code) noexcept;
 bool is_punct(unsigned short code) noexcept;
 bool is_digit(unsigned short code) noexcept;
 
-} // namespace TarnkitA201
+TARNKIT_NAMESPACE_END

@@ -4,7 +4,7 @@
 
 #include "tarnkit/sstringimpl.h"
 
-namespace TarnkitA201 TARNKIT_API {
+TARNKIT_NAMESPACE_BEGIN
 
 // Deliberately not polymorphic: the library's exception families are
 // separate classes, and a catch of SException catches only this one and
@@ -23,4 +23,4 @@ protected:
 // thread's last error. A number with no text gives the empty string.
 SAnsiString GetWin32Error(unsigned long error);
 
-} // namespace TarnkitA201
+TARNKIT_NAMESPACE_END

@@ -7,7 +7,7 @@
 #include "tarnkit/interlocked.h"
 #include "tarnkit/sstringimpl.h"
 
-namespace TarnkitA201 TARNKIT_API {
+TARNKIT_NAMESPACE_BEGIN
 
 class SSimpleBuffer {
 public:
@@ -132,4 +132,4 @@ private:
     SSimpleInternalBuffer *buffer;
 };
 
-} // namespace TarnkitA201
+TARNKIT_NAMESPACE_END

@@ -6,7 +6,7 @@
 
 #include "tarnkit/platform.h"
 
-namespace TarnkitA201 TARNKIT_API {
+TARNKIT_NAMESPACE_BEGIN
 
 // A handler may return (the failing routine then does nothing harmful and
 // answers a default value) or throw (the exception passes to the caller).
@@ -23,7 +23,7 @@ InvalidParameterHandler GetInvalidParameterHandler() noexcept;
 void SInvalidParameter(const char *expression, const char *function, const char *file,
                        unsigned line);
 
-} // namespace TarnkitA201
+TARNKIT_NAMESPACE_END
 
 // Reports the failed condition `expr` of the enclosing function.
 #define TARNKIT_INVALID_PARAMETER(expr) \

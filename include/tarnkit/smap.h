@@ -13,7 +13,7 @@
 #include <type_traits>
 #include <utility>
 
-namespace TarnkitA201 TARNKIT_API {
+TARNKIT_NAMESPACE_BEGIN
 
 // A key that orders by length in bytes first and then without regard to
 // case. Most unequal keys differ in length, so most comparisons cost one
@@ -291,4 +291,4 @@ extern template class SIMap<SMapStringCaseInsensitive, SAnsiString>;
 extern template class SIMap<SMapStringCaseInsensitive, SAnsiString>::BasicIterator<false>;
 extern template class SIMap<SMapStringCaseInsensitive, SAnsiString>::BasicIterator<true>;
 
-} // namespace TarnkitA201
+TARNKIT_NAMESPACE_END

@@ -3,7 +3,7 @@
 
 #include "tarnkit/platform.h"
 
-namespace TarnkitA201 TARNKIT_API {
+TARNKIT_NAMESPACE_BEGIN
 
 // Answers which family and version of system this is. On Linux the library
 // reports the NT family with the kernel's version (major + minor / 100.0),
@@ -24,4 +24,4 @@ HINSTANCE__ *GetWindowHInstance() noexcept;
 // there is no hook to install: this answers true.
 bool InitDelayLoad() noexcept;
 
-} // namespace TarnkitA201
+TARNKIT_NAMESPACE_END

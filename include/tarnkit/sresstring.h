@@ -9,7 +9,7 @@
 #include "tarnkit/schar.h"
 #include "tarnkit/sstringimpl.h"
 
-namespace TarnkitA201 TARNKIT_API {
+TARNKIT_NAMESPACE_BEGIN
 
 class SResString {
 public:
@@ -84,4 +84,4 @@ private:
 // Appends the filled text of `message`.
 SAnsiString &operator<<(SAnsiString &s, const SResString &message);
 
-} // namespace TarnkitA201
+TARNKIT_NAMESPACE_END

@@ -7,7 +7,7 @@
 #include <set>
 #include <utility>
 
-namespace TarnkitA201 TARNKIT_API {
+TARNKIT_NAMESPACE_BEGIN
 
 template <class T>
 class SISet {
@@ -94,4 +94,4 @@ private:
     SetType m_set;
 };
 
-} // namespace TarnkitA201
+TARNKIT_NAMESPACE_END

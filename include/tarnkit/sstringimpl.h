@@ -11,7 +11,7 @@
 #include <new>
 #include <type_traits>
 
-namespace TarnkitA201 TARNKIT_API {
+TARNKIT_NAMESPACE_BEGIN
 
 // Thrown when string storage cannot be had. Callers catch std::bad_alloc;
 // the text is the library's own.
@@ -453,4 +453,4 @@ SWCharString &operator<<(SWCharString &s, unsigned long x);
 SWCharString &operator<<(SWCharString &s, __int64 x);
 SWCharString &operator<<(SWCharString &s, double x);
 
-} // namespace TarnkitA201
+TARNKIT_NAMESPACE_END

@@ -3,7 +3,7 @@
 
 #include "tarnkit/platform.h"
 
-namespace TarnkitA201 TARNKIT_API {
+TARNKIT_NAMESPACE_BEGIN
 
 class SSystem {
 public:
@@ -11,4 +11,4 @@ public:
     static unsigned long NumberOfCPUs() noexcept;
 };
 
-} // namespace TarnkitA201
+TARNKIT_NAMESPACE_END

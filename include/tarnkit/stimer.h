@@ -4,7 +4,7 @@
 
 #include "tarnkit/platform.h"
 
-namespace TarnkitA201 TARNKIT_API {
+TARNKIT_NAMESPACE_BEGIN
 
 class SStopwatch {
 public:
@@ -26,4 +26,4 @@ private:
     bool m_limitEnabled = false;
 };
 
-} // namespace TarnkitA201
+TARNKIT_NAMESPACE_END

@@ -5,7 +5,7 @@
 
 #include "tarnkit/sstringimpl.h"
 
-namespace TarnkitA201 TARNKIT_API {
+TARNKIT_NAMESPACE_BEGIN
 
 class SDateTime;
 
@@ -100,7 +100,7 @@ void SAssert(const char *file, int line, const char *expression);
 void SAssert(const char *file, int line, const char *expression, const char *message);
 void SAssert(const char *file, int line, const char *expression, const unsigned short *message);
 
-} // namespace TarnkitA201
+TARNKIT_NAMESPACE_END
 
 // Call sites. Each asks its predicate with its own source path and builds
 // text only when the answer is yes; arguments are evaluated only then. A
