@@ -11,6 +11,18 @@ namespace TarnkitBench {
 
 namespace {
 
+// A time in nanoseconds, in the unit that keeps it readable.
+std::string Readable(double ns) {
+    char text[32];
+    if (ns >= 1e6)
+        std::snprintf(text, sizeof text, "%.2f ms", ns / 1e6);
+    else if (ns >= 1e3)
+        std::snprintf(text, sizeof text, "%.2f us", ns / 1e3);
+    else
+        std::snprintf(text, sizeof text, "%.1f ns", ns);
+    return text;
+}
+
 struct Timing {
     std::string caseName;
     std::string impl;
@@ -37,7 +49,7 @@ public:
             std::string suffix;
             for (size_t i = 2; i < parts.size(); ++i)
                 suffix += "/" + parts[i];
-            double ns = run.GetAdjustedRealTime();
+            double ns = run.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(run.time_unit) * 1e9;
             m_timings.push_back({parts[0] + suffix, parts[1], ns});
         }
     }
@@ -51,7 +63,7 @@ public:
             byCase[t.caseName][t.impl] = t.nsPerIteration;
         }
         std::printf("\nRatios (peer time / tarnkit time; above 1 means tarnkit is faster)\n");
-        std::printf("%-40s %-14s %12s %12s %8s\n", "case", "peer", "tarnkit", "peer", "ratio");
+        std::printf("%-44s %-12s %12s %12s %8s\n", "case", "peer", "tarnkit", "peer", "ratio");
         for (const std::string &name : order) {
             const auto &impls = byCase[name];
             auto ours = impls.find("tarnkit");
@@ -60,8 +72,8 @@ public:
             for (const auto &[impl, ns] : impls) {
                 if (impl == "tarnkit")
                     continue;
-                std::printf("%-40s %-14s %10.1fns %10.1fns %8.2f\n", name.c_str(), impl.c_str(), ours->second, ns,
-                            ns / ours->second);
+                std::printf("%-44s %-12s %12s %12s %8.2f\n", name.c_str(), impl.c_str(), Readable(ours->second).c_str(),
+                            Readable(ns).c_str(), ns / ours->second);
             }
         }
     }
