@@ -10,7 +10,7 @@ soname=$(objdump -p "$lib" | awk '/SONAME/ {print $2}')
 symbols=$(nm -D --defined-only "$lib" | awk '{print $3}' | grep -v '^TARNKIT_2_1$' | c++filt)
 [ -n "$symbols" ] || { echo "nothing exported"; exit 1; }
 strays=$(printf '%s\n' "$symbols" | sed -E 's/@@?TARNKIT_2_1$//' |
-  grep -v -E '^((vtable|VTT|typeinfo|typeinfo name|guard variable) for )?TarnkitA201::' || true)
+  grep -v -E '^((vtable|VTT|typeinfo|typeinfo name|guard variable) for |(unsigned )?(void|bool|char|short|int|long|long long|float|double) )?TarnkitA201::' || true)
 if [ -n "$strays" ]; then
   echo "symbols outside TarnkitA201:"
   printf '%s\n' "$strays" | head -n 40
