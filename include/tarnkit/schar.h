@@ -33,6 +33,9 @@ public:
 
     int toMBCSChar(char *buffer, size_t size) const noexcept;
     int toAsciiChar(char *buffer) const noexcept;
+    // One 16-bit unit: the bytes read, 0 at the terminator, -1 if invalid; a
+    // character beyond the basic plane gives "?".
+    int toZTAChar(WideUnit *buffer) const noexcept;
     int toWideChar(WideUnit *buffer) const noexcept;
 
     bool isUpper() const noexcept;
@@ -118,6 +121,7 @@ public:
 
     int toMBCSChar(char *buffer, size_t size) const noexcept;
     int toAsciiChar(char *buffer) const noexcept;
+    int toZTAChar(WideUnit *buffer) const noexcept;
     int toWideChar(WideUnit *buffer) const noexcept;
 
     bool isUpper() const noexcept;

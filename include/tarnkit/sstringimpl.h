@@ -22,6 +22,7 @@ public:
 
 template <class T>
 class SIArray;
+class CUTFConverter;
 
 // Header of a string's storage; the text follows directly behind it in the
 // same allocation and is always ended by a zero unit.
@@ -222,6 +223,32 @@ public:
     // Characters from the start to the iterator, counted in 32 bits.
     uint32_t getCharIndex(const iterator &it) const noexcept;
 
+    // Exchange with the external encodings: MBCS (the locale's multibyte
+    // text), Ascii, WChar (16-bit wide text), ZTA (UCS-2) and UTF8. Sizes are
+    // bytes with the terminator. The to... members answer the units written
+    // or -1; what the target cannot express becomes "?" except where a
+    // member says it fails. The ASCII kind refuses text above 127.
+    size_t getNBytesForMBCS() const;
+    size_t getNBytesForAscii() const noexcept { return m_buffer->length + 1; }
+    size_t getNBytesForWChar() const;
+    size_t getNBytesForZTA() const;
+    size_t getNBytesForUTF8() const;
+    long toMBCS(char *buffer, size_t size) const;
+    long toAscii(char *buffer, size_t size) const;
+    long toWChar(unsigned short *buffer, size_t size) const;
+    long toZTA(unsigned short *buffer, size_t size) const;
+    // The bytes written without the terminator written behind them.
+    long toUTF8(unsigned char *buffer, size_t size) const;
+    bool fromMBCS(const char *text);
+    // n of SIZE_MAX: up to the terminator. Always true.
+    bool fromAscii(const char *text, size_t n = SIZE_MAX);
+    bool fromWChar(const unsigned short *text);
+    bool fromZTA(const unsigned short *text);
+    bool fromUTF8(const unsigned char *text);
+    bool fromUTF8(const unsigned char *text, size_t n);
+    bool copyFrom(const char *text) { return fromMBCS(text); }
+    bool copyFrom(const unsigned short *text) { return fromWChar(text); }
+
     // Units of the character at p: 0 at the terminator, 1 for an invalid
     // sequence, so that iteration always ends.
     static size_t stepLength(const T *p) noexcept;
@@ -257,6 +284,13 @@ protected:
     void copyOnWrite(size_t n);
     // Grows the text by n units and returns where they go, for the caller to fill.
     T *concatAllocHelper(size_t n);
+    // Replaces the text with fresh storage of room for n units and the
+    // terminator, for the caller to fill and finish with endWrite(length).
+    T *beginWrite(size_t n);
+    void endWrite(size_t length) noexcept { terminateBuffer(length); }
+    // Appends n units, each as its low byte, stopping at a zero unit.
+    void concatFromAsciiUnits(const unsigned short *p, size_t n);
+    friend class CUTFConverter;
 
 private:
     static void addRef(Buffer *b) noexcept {
@@ -290,6 +324,7 @@ extern template class SString_t<unsigned short, 1>;
 class SAnsiString;
 class SAsciiString;
 class SWCharString;
+class SZTAString;
 
 // Text in the current locale's multibyte encoding.
 class SAnsiString : public SString_t<char, 0> {
@@ -308,9 +343,7 @@ public:
     SAnsiString &operator=(char c) { return static_cast<SAnsiString &>(Base::operator=(CharType(c))); }
     SAnsiString &operator=(const unsigned short *wide);
 
-    size_t getTotalBytes() const noexcept { return getNBytesForMBCS(); }
-    size_t getNBytesForMBCS() const noexcept { return getLength() + 1; }
-    bool fromWChar(const unsigned short *wide);
+    size_t getTotalBytes() const { return getNBytesForMBCS(); }
 };
 
 // The same text, compared without regard to case.
@@ -345,10 +378,21 @@ public:
     SAsciiString(Base &&other) noexcept : Base(static_cast<Base &&>(other)) {}
     SAsciiString(const char *p, size_t n) : Base(p, n) {}
     using Base::operator=;
+    // With `convert` set: the first bytes of the text, as many as it has
+    // characters. With it clear: empty.
+    SAsciiString(const SAnsiString &text, bool convert);
+    // With `convert` set: the low byte of each unit, untested.
+    SAsciiString(const SWCharString &text, bool convert);
+    SAsciiString(const SZTAString &text, bool convert);
+    // A copy of the span; a span that runs backwards or past the end of its
+    // text is a failed assertion and gives the empty string.
+    SAsciiString(const iterator &from, const iterator &to);
     SAsciiString &operator=(char c) { return static_cast<SAsciiString &>(Base::operator=(CharType(c))); }
 
     size_t getTotalBytes() const noexcept { return getNBytesForAscii(); }
-    size_t getNBytesForAscii() const noexcept { return getLength() + 1; }
+    // Append n units, each as its low byte.
+    void concatFromAsciiCharacters(const char *p, size_t n);
+    void concatFromAsciiCharacters(const unsigned short *p, size_t n);
 };
 
 // Platform wide text in 16-bit units.
@@ -366,9 +410,7 @@ public:
     using Base::operator=;
     SWCharString &operator=(unsigned short c) { return static_cast<SWCharString &>(Base::operator=(CharType(c))); }
 
-    size_t getTotalBytes() const noexcept { return getNBytesForZTA(); }
-    size_t getNBytesForZTA() const noexcept { return getLength() * 2 + 2; }
-    bool fromMBCS(const char *mbcs);
+    size_t getTotalBytes() const { return getNBytesForZTA(); }
 };
 
 // Wide text compared without regard to case.
@@ -402,8 +444,7 @@ public:
     SZTAString(const unsigned short *p, size_t n) : Base(p, n) {}
     using Base::operator=;
 
-    size_t getTotalBytes() const noexcept { return getNBytesForZTA(); }
-    size_t getNBytesForZTA() const noexcept { return getLength() * 2 + 2; }
+    size_t getTotalBytes() const { return getNBytesForZTA(); }
 };
 
 // Wide text whose type records that it was decoded from a URL.

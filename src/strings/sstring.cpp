@@ -868,48 +868,7 @@ template class SString_t<unsigned short, 1>;
 // ---------------------------------------------------------------------------
 // The derived kinds
 
-namespace {
-
-SAnsiString AnsiFromWide(const unsigned short *wide) {
-    size_t n = Mbcs::FromWide16(wide, nullptr, 0);
-    if (n == 0)
-        return SAnsiString();
-    SAnsiString out(nullptr, n);
-    Mbcs::FromWide16(wide, const_cast<char *>(out.getString()), n + 1);
-    return out;
-}
-
-SWCharString WideFromAnsi(const char *mbcs) {
-    size_t n = Mbcs::ToWide16(mbcs, nullptr, 0);
-    if (n == 0)
-        return SWCharString();
-    SWCharString out(nullptr, n);
-    Mbcs::ToWide16(mbcs, const_cast<unsigned short *>(out.getString()), n);
-    return out;
-}
-
-} // namespace
-
-SAnsiString::SAnsiString(const unsigned short *wide) {
-    if (wide != nullptr)
-        *this = AnsiFromWide(wide);
-}
-
-SAnsiString &SAnsiString::operator=(const unsigned short *wide) {
-    if (wide == nullptr)
-        empty();
-    else
-        *this = AnsiFromWide(wide);
-    return *this;
-}
-
-bool SAnsiString::fromWChar(const unsigned short *wide) {
-    TARNKIT_ASSERT_EXPR(wide != nullptr, "inBuffer != 0");
-    if (wide == nullptr)
-        return false;
-    *this = AnsiFromWide(wide);
-    return true;
-}
+// The conversions between the kinds live in stringkinds.cpp.
 
 bool SAnsiStringCI::operator==(const char *text) const noexcept {
     return Mbcs::CollateNoCase(getString(), text != nullptr ? text : "") == 0;
@@ -926,19 +885,6 @@ SAnsiStringCI::iterator SAnsiStringCI::find(const SAnsiString &str) const {
     iterator original = begin();
     original += index;
     return original;
-}
-
-SWCharString::SWCharString(const char *mbcs) {
-    if (mbcs != nullptr)
-        *this = WideFromAnsi(mbcs);
-}
-
-bool SWCharString::fromMBCS(const char *mbcs) {
-    TARNKIT_ASSERT_EXPR(mbcs != nullptr, "inBuffer != 0");
-    if (mbcs == nullptr)
-        return false;
-    *this = WideFromAnsi(mbcs);
-    return true;
 }
 
 bool SWCharStringCI::operator==(const unsigned short *text) const noexcept {
