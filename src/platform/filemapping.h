@@ -3,6 +3,7 @@
 // failure with the system's error number so the caller can trace it.
 #pragma once
 
+#include "platform/fileio.h" // FileErrorText and the open vocabulary
 #include "tarnkit/platform.h"
 
 #include <string>
@@ -12,7 +13,7 @@ namespace TarnkitA201::Platform {
 inline constexpr int InvalidFile = -1;
 
 // The library's own vocabulary for opening a file to write, as the callers
-// pass it; translated to the system's flags in one place.
+// pass it; translated to the system's flags by the file seam (fileio.h).
 inline constexpr int OpenWriteCreateTruncate = 769;   // write-only, create, truncate
 inline constexpr int OpenWriteCreateExclusive = 1281; // write-only, create, fail if it exists
 inline constexpr int PermissionOwnerAll = 448;        // read, write and execute for the owner
@@ -41,8 +42,5 @@ bool CloseWritten(int file, int &error) noexcept;
 
 // Removes a file; a file that is already gone counts as removed.
 bool RemoveFile(const char *path, int &error) noexcept;
-
-// The system's English text for an error number.
-std::string FileErrorText(int error);
 
 } // namespace TarnkitA201::Platform

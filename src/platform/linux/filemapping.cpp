@@ -1,5 +1,6 @@
 #include "platform/filemapping.h"
 
+#include "platform/fileio.h"
 #include "platform/system.h"
 
 #include <cerrno>
@@ -11,49 +12,6 @@
 namespace TarnkitA201::Platform {
 
 namespace {
-
-// Bits of the library's flag word.
-constexpr int LibWriteOnly = 0x0001;
-constexpr int LibReadWrite = 0x0002;
-constexpr int LibAppend = 0x0008;
-constexpr int LibCreate = 0x0100;
-constexpr int LibTruncate = 0x0200;
-constexpr int LibExclusive = 0x0400;
-
-// Bits of the library's permission word.
-constexpr int LibPermRead = 0x0100;
-constexpr int LibPermWrite = 0x0080;
-constexpr int LibPermExecute = 0x0040;
-
-int SystemOpenFlags(int libraryFlags) noexcept {
-    int flags = O_CLOEXEC;
-    if (libraryFlags & LibReadWrite)
-        flags |= O_RDWR;
-    else if (libraryFlags & LibWriteOnly)
-        flags |= O_WRONLY;
-    else
-        flags |= O_RDONLY;
-    if (libraryFlags & LibAppend)
-        flags |= O_APPEND;
-    if (libraryFlags & LibCreate)
-        flags |= O_CREAT;
-    if (libraryFlags & LibTruncate)
-        flags |= O_TRUNC;
-    if (libraryFlags & LibExclusive)
-        flags |= O_EXCL;
-    return flags;
-}
-
-mode_t SystemMode(int libraryPermissions) noexcept {
-    mode_t mode = 0;
-    if (libraryPermissions & LibPermRead)
-        mode |= S_IRUSR;
-    if (libraryPermissions & LibPermWrite)
-        mode |= S_IWUSR;
-    if (libraryPermissions & LibPermExecute)
-        mode |= S_IXUSR;
-    return mode;
-}
 
 // One system read or write moves at most this much; larger requests are
 // split so every chunk stays within what the kernel accepts.
@@ -128,9 +86,15 @@ void UnmapView(const unsigned char *view, size_t length) noexcept {
 }
 
 int OpenForWriting(const char *path, int libraryFlags, int libraryPermissions, int &error) noexcept {
+    const int flags = SystemOpenFlags(libraryFlags);
+    if (flags == -1) {
+        error = EINVAL;
+        return InvalidFile;
+    }
+    const mode_t mode = static_cast<mode_t>(SystemPermissions(libraryPermissions));
     int file;
     do
-        file = ::open(path, SystemOpenFlags(libraryFlags), SystemMode(libraryPermissions));
+        file = ::open(path, flags, mode);
     while (file < 0 && errno == EINTR);
     if (file < 0) {
         error = errno;
@@ -176,7 +140,5 @@ bool RemoveFile(const char *path, int &error) noexcept {
     }
     return true;
 }
-
-std::string FileErrorText(int error) { return ErrorText(static_cast<uint32_t>(error)); }
 
 } // namespace TarnkitA201::Platform

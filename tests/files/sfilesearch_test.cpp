@@ -1,0 +1,187 @@
+#include "tarnkit/sfilesearch.h"
+
+#include "files/wildcard.h"
+#include "support/testsupport.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+using namespace TarnkitA201;
+
+namespace {
+
+std::string Str(const SAnsiString &s) { return std::string(s.getString(), s.getLength()); }
+
+TEST(Wildcard, PatternTable) {
+    const struct {
+        const char *pattern;
+        const char *name;
+        bool match;
+    } table[] = {
+        {"*", "anything.at.all", true},   {"*", "", true},
+        {"*.*", "noextension", true},     {"*.*", "a.b", true},
+        {"*.*", ".hidden", true},         {"report.*", "report", true},
+        {"report.*", "report.txt", true}, {"report.*", "reports", false},
+        {"*.txt", "a.txt", true},         {"*.txt", "a.txt.bak", false},
+        {"*.txt", "a.TXT", false},        {"a?c", "abc", true},
+        {"a?c", "ac", false},             {"a?c", "a.c", true},
+        {"log_xn_*.so", "log_xn_one.so", true}, {"log_xn_*.so", "log_xn_.so", true},
+        {"log_xn_*.so", "xlog_xn_a.so", false}, {"*a*b", "xaxbxb", true},
+        {"*a*b", "xaxbx", false},         {"exact", "exact", true},
+        {"exact", "exactly", false},      {"**?", "", false},
+        {"", "", true},                   {"", "x", false},
+    };
+    for (const auto &row : table)
+        EXPECT_EQ(Wildcard::Matches(row.pattern, row.name), row.match) << row.pattern << " vs " << row.name;
+}
+
+TEST(Wildcard, BacktrackingStaysBounded) {
+    // Many stars against a long near-miss: exponential if every star
+    // backtracked, instant when only the latest one does.
+    std::string pattern;
+    for (int i = 0; i < 500; ++i)
+        pattern += "*a";
+    pattern += "b";
+    std::string name(1000, 'a');
+    EXPECT_FALSE(Wildcard::Matches(pattern.c_str(), name.c_str()));
+    EXPECT_TRUE(Wildcard::Matches(pattern.c_str(), (name + "b").c_str()));
+    EXPECT_FALSE(Wildcard::Matches(pattern.c_str(), (std::string(499, 'a') + "b").c_str()));
+    EXPECT_TRUE(Wildcard::Matches(pattern.c_str(), (std::string(500, 'a') + "b").c_str()));
+    std::string tooLong(Wildcard::MaxNameLength + 1, 'a');
+    EXPECT_FALSE(Wildcard::Matches("*", tooLong.c_str()));
+}
+
+class SearchTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char pattern[] = "/tmp/sfilesearch-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        m_dir = pattern;
+        for (const char *name : {"b.txt", "a.txt", "c.log", "README", "sub/x.txt", "other/y.txt"})
+            touch(name);
+        ASSERT_EQ(::symlink((m_dir + "/sub").c_str(), (m_dir + "/link.txt").c_str()), 0);
+    }
+    void TearDown() override { (void)std::system(("rm -rf '" + m_dir + "'").c_str()); }
+
+    void touch(const std::string &name) {
+        size_t slash = name.rfind('/');
+        if (slash != std::string::npos)
+            ::mkdir((m_dir + "/" + name.substr(0, slash)).c_str(), 0755);
+        int fd = ::open((m_dir + "/" + name).c_str(), O_WRONLY | O_CREAT, 0644);
+        ASSERT_GE(fd, 0);
+        ASSERT_EQ(::write(fd, "12345", 5), 5);
+        ::close(fd);
+    }
+    std::vector<std::string> all(SSFileSearch &search, bool fullPath) {
+        std::vector<std::string> names;
+        SAnsiString name;
+        while (search.next(name, fullPath))
+            names.push_back(Str(name));
+        return names;
+    }
+    SAnsiString dir(const char *sub = "") const { return SAnsiString((m_dir + sub).c_str()); }
+
+    std::string m_dir;
+};
+
+TEST_F(SearchTest, WalksTheListInOrderPassingOverMissingDirectories) {
+    SIArray<SAnsiString> paths;
+    paths.Add(dir());
+    paths.Add(dir("/does-not-exist"));
+    paths.Add(dir("/sub/"));
+    paths.Add(dir("/other"));
+    SSFileSearch search;
+    ASSERT_TRUE(search.open("*.txt", paths, false, false, false));
+    EXPECT_EQ(paths.GetSize(), 4u); // the caller's list is copied, not consumed
+    std::vector<std::string> expected = {m_dir + "/a.txt", m_dir + "/b.txt", m_dir + "/link.txt",
+                                         m_dir + "/sub/x.txt", m_dir + "/other/y.txt"};
+    EXPECT_EQ(all(search, true), expected);
+    EXPECT_FALSE(search.IsOpen());
+    SAnsiString name;
+    EXPECT_FALSE(search.next(name, false)); // the list was used up
+
+    ASSERT_TRUE(search.open("*.*", paths, false, false, false));
+    std::vector<std::string> bare = all(search, false);
+    EXPECT_EQ(bare.front(), "README"); // names without a dot too; "." and ".." not
+    EXPECT_EQ(bare.size(), 9u);
+
+    SIArray<SAnsiString> none;
+    ASSERT_TRUE(search.open("*", none, false, false, false));
+    EXPECT_FALSE(search.next(name, true));
+}
+
+TEST_F(SearchTest, DotsFindDataAndSingleDirectorySteps) {
+    SIArray<SAnsiString> none;
+    SSFileSearch search;
+    search.open("*", none, false, false, true);
+    SAnsiString name;
+    ASSERT_TRUE(search.FindFirst(dir(), name));
+    EXPECT_EQ(Str(name), ".");
+    std::vector<std::string> names = {Str(name)};
+    SSFileSearch::FindData data;
+    bool sawLink = false;
+    while (search.FindNext(name)) {
+        names.push_back(Str(name));
+        ASSERT_TRUE(search.getFindData(data));
+        if (Str(name) == "link.txt") {
+            sawLink = true;
+            EXPECT_TRUE(data.isSymbolicLink); // not the directory it points to
+            EXPECT_FALSE(data.isDirectory);
+        }
+        if (Str(name) == "sub") {
+            EXPECT_TRUE(data.isDirectory && data.size == 0);
+        }
+        if (Str(name) == "a.txt") {
+            EXPECT_EQ(data.size, 5);
+        }
+    }
+    EXPECT_TRUE(sawLink);
+    EXPECT_EQ(names[1], "..");
+    EXPECT_EQ(names.size(), 9u);
+    EXPECT_TRUE(search.IsOpen());
+    EXPECT_FALSE(search.getFindData(data));
+
+    TarnkitTest::CapturingSink sink;
+    search.open("x.*", none, false, false, false); // closes the open search
+    EXPECT_FALSE(search.IsOpen());
+    ASSERT_TRUE(search.FindFirst(dir("/sub"), name));
+    EXPECT_TRUE(search.FindFirst(dir("/sub"), name)); // reopening asserts, then works
+    EXPECT_TRUE(sink.saw("Search stream is already open in SSFileSearch::FindFirst()"));
+    EXPECT_EQ(Str(name), "x.txt");
+    EXPECT_FALSE(search.FindNext(name));
+    EXPECT_FALSE(search.FindFirst(dir("/nowhere"), name));
+    EXPECT_TRUE(search.close());
+}
+
+TEST_F(SearchTest, PathVariableAndJoining) {
+    std::string saved = std::getenv("PATH") ? std::getenv("PATH") : "";
+    ASSERT_EQ(::setenv("PATH", (m_dir + "/sub::" + m_dir + "/other:").c_str(), 1), 0);
+    ASSERT_EQ(::chdir(m_dir.c_str()), 0);
+    SIArray<SAnsiString> none;
+    SSFileSearch search;
+    search.open("*.txt", none, false, true, false);
+    std::vector<std::string> found = all(search, true);
+    ::setenv("PATH", saved.c_str(), 1);
+    // The empty part in the middle is the current directory, searched by
+    // bare name; the empty last part is dropped.
+    std::vector<std::string> expected = {m_dir + "/sub/x.txt", "a.txt", "b.txt", "link.txt", m_dir + "/other/y.txt"};
+    EXPECT_EQ(found, expected);
+
+    SAnsiString joined;
+    SSFileSearch::AppendFileName(joined, SAnsiString("n"));
+    EXPECT_EQ(Str(joined), "n");
+    joined = SAnsiString("/d/");
+    SSFileSearch::AppendFileName(joined, SAnsiString("n"));
+    EXPECT_EQ(Str(joined), "/d/n");
+    joined = SAnsiString("/d");
+    SSFileSearch::AppendFileName(joined, SAnsiString("n"));
+    EXPECT_EQ(Str(joined), "/d/n");
+}
+
+} // namespace
