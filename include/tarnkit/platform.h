@@ -13,6 +13,8 @@
 // later in an unmarked block.
 #define TARNKIT_NAMESPACE_BEGIN _Pragma("GCC visibility push(default)") namespace TarnkitA201 {
 #define TARNKIT_NAMESPACE_END } _Pragma("GCC visibility pop")
+// Marks a single declaration for export where it stands outside such a
+// block, such as an explicit template instantiation in a source file.
 #define TARNKIT_API __attribute__((visibility("default")))
 
 TARNKIT_NAMESPACE_BEGIN

@@ -3,6 +3,7 @@
 
 #include "tarnkit/platform.h"
 
+// Foundation
 #include "tarnkit/cswrapper.h"
 #include "tarnkit/interlocked.h"
 #include "tarnkit/refcount.h"
@@ -12,12 +13,25 @@
 #include "tarnkit/stimer.h"
 #include "tarnkit/strace.h"
 
+// Strings
+#include "tarnkit/UTFConverter.h"
+#include "tarnkit/codesetconverter.h"
+#include "tarnkit/neutralstring.h"
 #include "tarnkit/schar.h"
 #include "tarnkit/sresstring.h"
+#include "tarnkit/sscanstring.h"
+#include "tarnkit/sstringconv.h"
+#include "tarnkit/sstringhelper.h"
 #include "tarnkit/sstringimpl.h"
+#include "tarnkit/strtok.h"
 
+// Containers
 #include "tarnkit/sarray.h"
 #include "tarnkit/simplebuffer.h"
 #include "tarnkit/sinvalidparameter.h"
 #include "tarnkit/smap.h"
 #include "tarnkit/sset.h"
+
+// Files
+#include "tarnkit/sfile.h"
+#include "tarnkit/sfilesearch.h"
