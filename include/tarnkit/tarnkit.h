@@ -32,6 +32,10 @@
 #include "tarnkit/smap.h"
 #include "tarnkit/sset.h"
 
+// Time
+#include "tarnkit/sdatetime.h"
+#include "tarnkit/stimezone.h"
+
 // Files
 #include "tarnkit/sfile.h"
 #include "tarnkit/sfilesearch.h"

@@ -1,0 +1,238 @@
+// Calendar arithmetic of the date values, checked against C++20 civil dates
+// for the Gregorian range and against the Julian day formula before it.
+
+#include "support/testsupport.h"
+#include "tarnkit/sdatetime.h"
+#include "tarnkit/stimezone.h"
+
+#include <chrono>
+#include <cmath>
+#include <gtest/gtest.h>
+
+using namespace TarnkitA201;
+namespace chr = std::chrono;
+
+namespace {
+
+constexpr int32_t kEpochDay = 2440587;
+
+// The classic floating-point form of the day-number-to-date conversion, kept
+// here as the reference the library's integer version must match.
+void ReferenceJulianToYMD(long long value, long long &y, long long &m, long long &d) {
+    long long j = value + 1;
+    if (j >= 2299161) {
+        long long a = static_cast<long long>(std::trunc((j - 1867216.25) / 36524.25));
+        j = j + 1 + a - a / 4;
+    }
+    const long long b = j < 1721424 ? j + 1158 : j + 1524;
+    const long long c = static_cast<long long>(std::trunc((b - 122.1) / 365.25));
+    const long long e = b - static_cast<long long>(std::trunc(365.25 * c));
+    const long long f = static_cast<long long>(std::trunc(e / 30.6001));
+    d = e - static_cast<long long>(std::trunc(30.6001 * f));
+    m = f < 13.5 ? f - 1 : f - 13;
+    y = m > 2.5 ? c - 4716 : c - 4715;
+}
+
+// Julian-calendar day number (JDN - 1) of an AD date.
+long long JulianCalendarDay(long long y, long long m, long long d) {
+    return 367 * y - (7 * (y + 5001 + (m - 9) / 7)) / 4 + (275 * m) / 9 + d + 1729777 - 1;
+}
+
+} // namespace
+
+TEST(Calendar, GregorianDaysMatchChronoCivilDates) {
+    const int32_t first = SDate(1582, 10, 15).GetDayNumber();
+    const int32_t last = SDate(32767, 12, 31).GetDayNumber();
+    ASSERT_EQ(first, 2299160);
+    for (int32_t n = first; n <= last; ++n) {
+        const chr::sys_days sys{chr::days{n - kEpochDay}};
+        const chr::year_month_day civil{sys};
+        short y;
+        unsigned char m, d;
+        SDate::JulianToYMD(n, y, m, d);
+        const bool same = y == static_cast<int>(civil.year()) && m == static_cast<unsigned>(civil.month()) &&
+                          d == static_cast<unsigned>(civil.day());
+        if (!same)
+            FAIL() << "day " << n << " gave " << y << "-" << int(m) << "-" << int(d);
+        if (SDate(y, m, d).GetDayNumber() != n)
+            FAIL() << "day " << n << " does not come back";
+        if (SDate::FromDayNumber(n).GetDayOfWeek() != chr::weekday(sys).c_encoding())
+            FAIL() << "weekday of " << n;
+    }
+}
+
+TEST(Calendar, JulianPartMatchesJulianFormulaAndIsContiguous) {
+    // AD years up to the reform follow the Julian calendar.
+    long long expected = JulianCalendarDay(1, 1, 1);
+    for (short y = 1; y <= 1582; ++y)
+        for (unsigned char m = 1; m <= 12; ++m)
+            for (unsigned char d = 1; d <= 31; ++d) {
+                const SDate date(y, m, d);
+                if (!date.IsValid())
+                    continue;
+                if (y == 1582 && (m > 10 || (m == 10 && d > 4)))
+                    continue;
+                ASSERT_EQ(date.GetDayNumber(), JulianCalendarDay(y, m, d)) << y << "-" << int(m) << "-" << int(d);
+                ASSERT_EQ(date.GetDayNumber(), expected++);
+            }
+    // The reform: the day after 1582-10-04 is 1582-10-15, and the ten dropped
+    // days are still accepted, landing on later day numbers.
+    EXPECT_EQ(SDate(1582, 10, 15) - SDate(1582, 10, 4), STimeSpan(1, 0, 0, 0, 0));
+    EXPECT_TRUE(SDate(1582, 10, 10).IsValid());
+    EXPECT_EQ(SDate(1582, 10, 10).GetDayNumber(), SDate(1582, 10, 20).GetDayNumber());
+}
+
+TEST(Calendar, IntegerConversionMatchesFloatingPointFormulaEverywhere) {
+    // Every day from the earliest valid date through the latest, then a
+    // spread over the whole 32-bit range.
+    auto check = [](long long n) {
+        long long ry, rm, rd;
+        ReferenceJulianToYMD(n, ry, rm, rd);
+        short y;
+        unsigned char m, d;
+        SDate::JulianToYMD(static_cast<long>(n), y, m, d);
+        return y == static_cast<short>(ry) && m == static_cast<unsigned char>(rm) &&
+               d == static_cast<unsigned char>(rd);
+    };
+    for (long long n = SDate(-32768, 1, 1).GetDayNumber(); n < 2299160; ++n)
+        if (!check(n))
+            FAIL() << n;
+    for (long long n = INT32_MIN + 1; n < INT32_MAX - 7919; n += 7919)
+        if (!check(n))
+            FAIL() << n;
+    // Beyond the day range there is no date.
+    short y = 1;
+    unsigned char m = 1, d = 1;
+    SDate::JulianToYMD(static_cast<long>(INT32_MAX) + 1, y, m, d);
+    EXPECT_EQ(y, 0);
+    EXPECT_EQ(m, 0);
+}
+
+TEST(Calendar, DateValidationAndSpecialDays) {
+    EXPECT_EQ(SDate(1970, 1, 1).GetDayNumber(), 2440587);
+    EXPECT_EQ(SDate(1970, 1, 1).GetDayOfWeek(), 4);
+    EXPECT_EQ(SDate(2000, 2, 100), SDate(2000, 2, 29));
+    EXPECT_EQ(SDate(1900, 2, 100), SDate(1900, 2, 28));
+    EXPECT_TRUE(SDate(1500, 2, 29).IsValid());   // Julian leap year
+    EXPECT_FALSE(SDate(1900, 2, 29).IsValid());  // Gregorian common year
+    EXPECT_FALSE(SDate(2023, 0, 1).IsValid());
+    EXPECT_FALSE(SDate(2023, 13, 1).IsValid());
+    EXPECT_FALSE(SDate(2023, 4, 31).IsValid());
+    EXPECT_FALSE(SDate(2023, 4, 0).IsValid());
+    EXPECT_FALSE(SDate(2023, 4, 99).IsValid());
+    EXPECT_FALSE(SDate().IsValid());
+    EXPECT_EQ(SDate().GetDayNumber(), SDate::InvalidDate);
+
+    // No year 0: year -1 (1 BC) round-trips, and year 0 aliases it.
+    short y;
+    unsigned char m, d;
+    SDate(-1, 3, 15).GetYearMonthDay(y, m, d);
+    EXPECT_EQ(y, -1);
+    EXPECT_EQ(m, 3);
+    EXPECT_EQ(d, 15);
+    EXPECT_EQ(SDate(0, 3, 15), SDate(-1, 3, 15));
+    EXPECT_EQ(SDate(-4713, 1, 1).GetDayNumber(), 0);
+}
+
+TEST(Calendar, DateArithmeticAndWeeks) {
+    const SDate d(2024, 2, 28);
+    EXPECT_EQ(d + STimeSpan(1, 0, 0, 0, 0), SDate(2024, 2, 29));
+    EXPECT_EQ(d + STimeSpan(2, 23, 0, 0, 0), SDate(2024, 3, 1)); // whole days only
+    EXPECT_EQ(d - STimeSpan(-1, 0, 0, 0, 0), SDate(2024, 2, 29));
+    EXPECT_EQ(SDate(2025, 1, 1) - SDate(2024, 1, 1), STimeSpan(366, 0, 0, 0, 0));
+    EXPECT_FALSE((SDate() + STimeSpan(1, 0, 0, 0, 0)).IsValid());
+    // Beyond the day range: invalid, not wrapped.
+    EXPECT_FALSE((SDate::FromDayNumber(INT32_MAX) + STimeSpan(1, 0, 0, 0, 0)).IsValid());
+
+    // 2024-09-01 is a Sunday.
+    EXPECT_EQ(SDate(2024, 9, 1).GetWeekOfMonth(0), 1);
+    EXPECT_EQ(SDate(2024, 9, 7).GetWeekOfMonth(0), 1);
+    EXPECT_EQ(SDate(2024, 9, 8).GetWeekOfMonth(0), 2);
+    EXPECT_EQ(SDate(2024, 9, 2).GetWeekOfMonth(1), 2); // weeks from Monday: the 1st is alone in week 1
+    EXPECT_EQ(SDate(2024, 9, 30).GetWeekOfMonth(1), 6);
+}
+
+TEST(Calendar, SpanPartsTruncateTowardsZero) {
+    const STimeSpan minusOne(-1LL);
+    EXPECT_EQ(minusOne.GetDays(), 0);
+    EXPECT_EQ(minusOne.GetMilliseconds(), -1);
+    const STimeSpan s(-1, -2, -3, -4, -5);
+    EXPECT_EQ(s.GetDays(), -1);
+    EXPECT_EQ(s.GetHours(), -2);
+    EXPECT_EQ(s.GetMinutes(), -3);
+    EXPECT_EQ(s.GetSeconds(), -4);
+    EXPECT_EQ(s.GetMilliseconds(), -5);
+    EXPECT_EQ(s.GetTotalHours(), -26);
+    EXPECT_EQ(STimeSpan(2, 3, 4, 5, 6).GetTotalMilliseconds(), 2 * 86400000LL + 3 * 3600000 + 4 * 60000 + 5006);
+    EXPECT_EQ(STimeSpan(0, 0, 0, 90, 0).GetTotalMinutes(), 1);
+    EXPECT_TRUE(STimeSpan(5LL) > STimeSpan(-5LL));
+    EXPECT_EQ(STimeSpan(5LL) - STimeSpan(7LL), STimeSpan(-2LL));
+
+    // Mixed signs: an assertion, and the sum all the same.
+    TarnkitTest::CapturingSink sink;
+    const STimeSpan mixed(1, -1, 0, 0, 0);
+    EXPECT_EQ(mixed.GetTotalHours(), 23);
+    EXPECT_TRUE(sink.saw("((nDays >= 0) && (nHours >= 0) && (nMinutes >= 0) && (nSeconds >= 0) && "
+                         "(nMilliseconds >= 0)) || ((nDays <= 0) && (nHours <= 0) && (nMinutes <= 0) && "
+                         "(nSeconds <= 0) && (nMilliseconds <= 0))"));
+}
+
+TEST(Calendar, TimeOfDayValuesWrapWithinOneDay) {
+    const STimeZone &utc = STimeZone::TZ_UTC();
+    const STime t(23, 30, 15, 250, utc);
+    EXPECT_EQ(t.GetRawValue(), 84615250);
+    EXPECT_EQ((t + STimeSpan(0, 1, 0, 0, 0)).GetRawValue(), 1815250);
+    EXPECT_EQ((t - STimeSpan(-1, -1, 0, 0, 0)).GetRawValue(), 1815250); // whole days drop out
+    EXPECT_EQ(t.GetSecond(), 15);
+    EXPECT_EQ(t.GetMillisecond(), 250);
+
+    // A zone one hour east: civil 00:30 is 23:30 UTC.
+    const STimeZone east(SAnsiString("E,-60"));
+    const STime early(0, 30, 0, 0, east);
+    EXPECT_EQ(early.GetRawValue(), 23 * 3600000 + 30 * 60000);
+    EXPECT_EQ(early.GetHour(east), 0);
+    EXPECT_EQ(early.GetHour(utc), 23);
+    // By the civil clock 00:30 comes before 01:00, though not by raw value.
+    const STime later(1, 0, 0, 0, east);
+    EXPECT_TRUE(early > later);
+    EXPECT_EQ(STimeComparison(early, later, east), -1);
+    EXPECT_EQ(STimeComparison(later, early, east), 1);
+    EXPECT_EQ(STimeComparison(early, early, east), 0);
+
+    TarnkitTest::CapturingSink sink;
+    EXPECT_FALSE(STime(24, 0, 0, 0, utc).IsValid());
+    EXPECT_TRUE(sink.saw("false"));
+    STime viaSet;
+    viaSet.Set(1, 60, 0, 0, utc);
+    EXPECT_FALSE(viaSet.IsValid());
+    EXPECT_TRUE(sink.saw("(hour < 24) && (minute < 60) && (second < 60) && (millisecond < 1000)"));
+    EXPECT_FALSE((STime() + STimeSpan(5LL)).IsValid());
+}
+
+TEST(Calendar, MomentArithmeticCarriesDays) {
+    const STimeZone &utc = STimeZone::TZ_UTC();
+    const SDateTime t(2024, 12, 31, 23, 0, 0, 0, utc);
+    const SDateTime next = t + STimeSpan(0, 2, 0, 0, 0);
+    EXPECT_EQ(next, SDateTime(2025, 1, 1, 1, 0, 0, 0, utc));
+    EXPECT_EQ(next - STimeSpan(0, 2, 0, 0, 0), t);
+    EXPECT_EQ(t - STimeSpan(-1, -2, 0, 0, 0), SDateTime(2025, 1, 2, 1, 0, 0, 0, utc));
+    EXPECT_EQ(next - t, STimeSpan(0, 2, 0, 0, 0));
+    EXPECT_EQ(SDateTime(1970, 1, 1, 0) - SDateTime(2000, 1, 1, 0), STimeSpan(-10957LL * 86400000));
+    EXPECT_TRUE(t < next);
+    EXPECT_TRUE(next >= t);
+    EXPECT_FALSE(SDateTime().IsValid());
+
+    // An invalid half stays invalid; the other moves.
+    const SDateTime noTime(SDate(2024, 1, 1), STime());
+    const SDateTime moved = noTime + STimeSpan(1, 5, 0, 0, 0);
+    EXPECT_EQ(moved.GetUTCDate(), SDate(2024, 1, 2));
+    EXPECT_FALSE(moved.GetUTCTime().IsValid());
+
+    // A civil moment in a zone west of Greenwich is later in UTC.
+    const STimeZone west(SAnsiString("W,300"));
+    const SDateTime civil(2024, 6, 1, 22, 0, 0, 0, west);
+    EXPECT_EQ(civil, SDateTime(2024, 6, 2, 3, 0, 0, 0, utc));
+    EXPECT_EQ(civil.GetDay(west), 1);
+    EXPECT_EQ(civil.GetHour(west), 22);
+    EXPECT_EQ(civil.GetDate(west), SDate(2024, 6, 1));
+}
