@@ -7,7 +7,7 @@ packages=(
   build-essential cmake ninja-build pkg-config python3
   g++ clang-14 libclang-rt-14-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  locales-all unicode-data
+  locales-all unicode-data libsqlite3-dev
   qt6-base-dev libfmt-dev libicu-dev
 )
 
