@@ -39,3 +39,4 @@
 // Files
 #include "tarnkit/sfile.h"
 #include "tarnkit/sfilesearch.h"
+#include "tarnkit/sfilesys.h"
