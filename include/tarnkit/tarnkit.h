@@ -34,7 +34,13 @@
 
 // Time
 #include "tarnkit/sdatetime.h"
+#include "tarnkit/slocale.h"
 #include "tarnkit/stimezone.h"
+
+// Configuration
+#include "tarnkit/cparamlineargs.h"
+#include "tarnkit/registry.h"
+#include "tarnkit/senv.h"
 
 // Files
 #include "tarnkit/sfile.h"

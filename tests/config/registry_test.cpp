@@ -1,0 +1,434 @@
+// The Registry class over the SQLite store: answers, defaults written back,
+// enumeration, copies, text conversion and the store files themselves.
+#include "config/registrystore.h"
+#include "config/sqliteregistrystore.h"
+#include "tarnkit/registry.h"
+#include "support/testsupport.h"
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+using namespace TarnkitA201;
+
+namespace {
+
+class RegistryTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char pattern[] = "/tmp/registry_test_XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        m_dir = pattern;
+        setenv("TARNKIT_REGISTRY_DIR", (m_dir + "/machine").c_str(), 1);
+        setenv("XDG_CONFIG_HOME", (m_dir + "/user").c_str(), 1);
+    }
+    void TearDown() override { std::filesystem::remove_all(m_dir); }
+
+    std::string machineFile() const { return m_dir + "/machine/registry.db"; }
+
+    // Writes a value of any type through the store, as another program might.
+    static void Put(const char *key, const char *name, unsigned long type, const std::string &data) {
+        IRegistryStore &store = GetRegistryStore();
+        HKEY handle = nullptr;
+        ASSERT_EQ(store.CreateKey(HKEY_LOCAL_MACHINE, key, RegistryAccess::Write, &handle, nullptr), 0);
+        ASSERT_EQ(store.SetValue(handle, name, type, reinterpret_cast<const unsigned char *>(data.data()),
+                                 static_cast<unsigned long>(data.size())),
+                  0);
+        store.CloseKey(handle);
+    }
+
+    // What the file holds for a value, read with SQLite itself.
+    std::pair<long, std::string> Stored(const char *fold) const {
+        sqlite3 *db = nullptr;
+        sqlite3_open_v2(machineFile().c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
+        sqlite3_stmt *s = nullptr;
+        sqlite3_prepare_v2(db, "SELECT type, data FROM vals WHERE fold=?1", -1, &s, nullptr);
+        sqlite3_bind_text(s, 1, fold, -1, SQLITE_STATIC);
+        std::pair<long, std::string> result{-1, {}};
+        if (sqlite3_step(s) == SQLITE_ROW)
+            result = {sqlite3_column_int(s, 0), std::string(static_cast<const char *>(sqlite3_column_blob(s, 1)),
+                                                            sqlite3_column_bytes(s, 1))};
+        sqlite3_finalize(s);
+        sqlite3_close(db);
+        return result;
+    }
+
+    static std::vector<std::string> SubKeys(Registry &r) {
+        std::vector<std::string> names;
+        for (Registry::KeyIterator it = r.EnumSubKeys(); it; ++it)
+            names.emplace_back(it.GetKey().getString());
+        return names;
+    }
+
+    std::string m_dir;
+    TarnkitTest::CapturingSink m_sink;
+};
+
+Registry Key(const char *path, HKEY root = HKEY_LOCAL_MACHINE) { return Registry(path, "", root); }
+
+TEST_F(RegistryTest, ValuesKeepTypesAndNamesFoldOnlyAscii) {
+    Registry r("App", "Software\\", HKEY_LOCAL_MACHINE);
+    EXPECT_EQ(std::string(r.GetKeyName().getString()), "Software\\App");
+    EXPECT_TRUE(r.WriteValue("Text", SAnsiString("hello")));
+    EXPECT_TRUE(r.WriteValue("Count", 42ul));
+    // A number keeps its low 32 bits.
+    EXPECT_TRUE(r.WriteValue("Wide", 0x100000005ul));
+
+    Registry other = Key("SOFTWARE\\app");
+    EXPECT_STREQ(other.ReadValue("TEXT").getString(), "hello");
+    EXPECT_STREQ(other.ReadValue("count").getString(), "42");
+    EXPECT_STREQ(other.ReadValue("wide").getString(), "5");
+    EXPECT_TRUE(other.ReadValue("missing").isEmpty());
+
+    // Text keeps its terminator in the file, a number its 4 bytes.
+    EXPECT_EQ(Stored("text"), (std::pair<long, std::string>{1, std::string("hello", 6)}));
+    EXPECT_EQ(Stored("count"), (std::pair<long, std::string>{4, std::string("\x2a\0\0\0", 4)}));
+
+    // The first spelling of a key is the one shown.
+    EXPECT_TRUE(Key("Software\\APP\\Sub").WriteValue("x", SAnsiString("1")));
+    EXPECT_EQ(SubKeys(r), (std::vector<std::string>{"Sub"}));
+
+    // Only ASCII letters fold: other bytes compare exactly.
+    TarnkitTest::ScopedLocale utf8("en_US.UTF-8");
+    ASSERT_TRUE(utf8.ok());
+    EXPECT_TRUE(Key("Software\\\xC3\x84rger").WriteValue("v", SAnsiString("upper")));
+    EXPECT_TRUE(Key("Software\\\xC3\xA4rger").WriteValue("v", SAnsiString("lower")));
+    EXPECT_STREQ(Key("software\\\xC3\x84RGER").ReadValue("v").getString(), "upper");
+    EXPECT_STREQ(Key("software\\\xC3\xA4RGER").ReadValue("v").getString(), "lower");
+}
+
+TEST_F(RegistryTest, ReadsOfAnAbsentStoreCreateNothing) {
+    Registry r = Key("Software\\Nothing");
+    EXPECT_FALSE(r.KeyExists());
+    EXPECT_TRUE(r.ReadValue("v").isEmpty());
+    unsigned long type = 99;
+    EXPECT_FALSE(r.GetType("v", type));
+    EXPECT_FALSE(r.EnumSubKeys());
+    EXPECT_FALSE(r.EnumValues());
+    EXPECT_FALSE(r.DeleteValue("v"));
+    EXPECT_TRUE(r.DeleteKey());
+    EXPECT_TRUE(r.DeleteKeyRecursive(true));
+    EXPECT_TRUE(r.ReadValue("v", SAnsiString()).isEmpty());
+    EXPECT_FALSE(std::filesystem::exists(m_dir + "/machine"));
+
+    // The user's store lives under the configuration home; other roots have none.
+    EXPECT_TRUE(Key("Software\\Mine", HKEY_CURRENT_USER).WriteValue("v", SAnsiString("u")));
+    EXPECT_TRUE(std::filesystem::exists(m_dir + "/user/tarnkit/registry.db"));
+    EXPECT_FALSE(std::filesystem::exists(m_dir + "/machine"));
+    EXPECT_TRUE(Key("Software\\Mine").ReadValue("v").isEmpty());
+    EXPECT_FALSE(Key("Software\\Mine", HKEY_USERS).WriteValue("v", SAnsiString("u")));
+    EXPECT_FALSE(Key("Software\\Mine", HKEY_CLASSES_ROOT).KeyExists());
+    EXPECT_EQ(RegistryStoreFile(HKEY_LOCAL_MACHINE), machineFile());
+}
+
+TEST_F(RegistryTest, DefaultsAreWrittenBack) {
+    Registry r = Key("Software\\Defaults");
+    EXPECT_STREQ(r.ReadValue("Name", SAnsiString("fallback")).getString(), "fallback");
+    EXPECT_STREQ(Key("Software\\Defaults").ReadValue("Name").getString(), "fallback");
+    // A stored value wins over the default.
+    EXPECT_STREQ(r.ReadValue("Name", SAnsiString("other")).getString(), "fallback");
+    // An empty default creates nothing.
+    EXPECT_TRUE(r.ReadValue("Empty", SAnsiString()).isEmpty());
+    unsigned long type = 99;
+    EXPECT_FALSE(r.GetType("Empty", type));
+    EXPECT_EQ(type, 0u);
+    // A number default of 0 is written too, as a number.
+    EXPECT_STREQ(r.ReadValue("Zero", 0ul).getString(), "0");
+    EXPECT_TRUE(r.GetType("Zero", type));
+    EXPECT_EQ(type, 4u);
+    // An existing empty value counts as absent and is overwritten.
+    EXPECT_TRUE(r.WriteValue("Blank", SAnsiString()));
+    EXPECT_FALSE(r.GetType("Blank", type));
+    EXPECT_EQ(type, 1u);
+    EXPECT_STREQ(r.ReadValue("Blank", SAnsiString("filled")).getString(), "filled");
+    EXPECT_STREQ(r.ReadValue("Blank", 7ul).getString(), "filled");
+    EXPECT_FALSE(m_sink.saw("not the same as the default"));
+}
+
+TEST_F(RegistryTest, DeletionRulesAndTheKeptHandle) {
+    Registry parent = Key("Software\\Tree");
+    ASSERT_TRUE(Key("Software\\Tree\\A\\Deep").WriteValue("v", SAnsiString("1")));
+    ASSERT_TRUE(Key("Software\\Tree\\B").WriteValue("v", 2ul));
+    ASSERT_TRUE(parent.WriteValue("own", SAnsiString("kept")));
+
+    EXPECT_FALSE(parent.DeleteKey());
+    EXPECT_TRUE(m_sink.saw("DeleteKey: There is subkey inside key Software\\Tree"));
+
+    Registry b = Key("Software\\Tree\\B");
+    EXPECT_TRUE(b.KeyExists());
+    HKEY held = nullptr;
+    ASSERT_EQ(GetRegistryStore().OpenKey(HKEY_LOCAL_MACHINE, "Software\\Tree\\B", RegistryAccess::Write, &held), 0);
+    EXPECT_TRUE(b.DeleteValue("V"));
+    EXPECT_FALSE(b.DeleteValue("v"));
+    EXPECT_TRUE(Key("Software\\Tree\\B").DeleteKey());
+    // The object keeps its handle on the deleted key; a fresh one sees it gone.
+    EXPECT_TRUE(b.KeyExists());
+    EXPECT_FALSE(Key("Software\\Tree\\B").KeyExists());
+    // Writing through a handle on a deleted key fails, and says why.
+    EXPECT_FALSE(b.WriteValue("v", 1ul, held));
+    EXPECT_TRUE(m_sink.saw("RegSetValueEx(Software\\Tree\\B) failed. Error code: 1018"));
+    GetRegistryStore().CloseKey(held);
+
+    EXPECT_TRUE(parent.DeleteKeyRecursive(false));
+    EXPECT_TRUE(SubKeys(parent).empty());
+    EXPECT_STREQ(Key("Software\\Tree").ReadValue("own").getString(), "kept");
+    EXPECT_TRUE(parent.DeleteKeyRecursive(true));
+    EXPECT_FALSE(Key("Software\\Tree").KeyExists());
+    // The top of the store is never deleted.
+    EXPECT_TRUE(Key("Software").WriteValue("v", SAnsiString("1")));
+    EXPECT_TRUE(Key("").DeleteKeyRecursive(false));
+    EXPECT_FALSE(Key("Software").KeyExists());
+    EXPECT_FALSE(Key("").DeleteKey());
+}
+
+TEST_F(RegistryTest, EnumerationOrderAndOddValues) {
+    for (const char *name : {"beta", "Alpha", "gamma"})
+        ASSERT_TRUE(Key((std::string("Software\\Enum\\") + name).c_str()).WriteValue("v", SAnsiString("1")));
+    Registry r = Key("Software\\Enum");
+    EXPECT_EQ(SubKeys(r), (std::vector<std::string>{"Alpha", "beta", "gamma"}));
+
+    ASSERT_TRUE(r.WriteValue("first", SAnsiString("one")));
+    Put("Software\\Enum", "blob", 3, std::string("\x01\x02", 2));
+    ASSERT_TRUE(r.WriteValue("third", 3ul));
+    Put("Software\\Enum", "huge", 1, std::string(20000, 'h') + '\0');
+    ASSERT_TRUE(r.WriteValue("after", SAnsiString("unseen")));
+
+    std::vector<std::pair<std::string, std::string>> seen;
+    for (Registry::ValueIterator it = r.EnumValues(); it; ++it)
+        seen.emplace_back(it.GetName().getString(), it.GetValue().getString());
+    // Values come in the order written; a binary value repeats the text
+    // before it, and one longer than the buffer ends the walk.
+    EXPECT_EQ(seen, (std::vector<std::pair<std::string, std::string>>{
+                        {"first", "one"}, {"blob", "one"}, {"third", "3"}}));
+    // A direct read takes the long route for a long string.
+    EXPECT_EQ(r.ReadValue("huge").getLength(), 20000u);
+    unsigned long type = 0;
+    EXPECT_TRUE(r.GetType("blob", type) == false && type == 3);
+
+    // Moving, consuming and detaching pass the handle on exactly once.
+    Registry::KeyIterator keys;
+    keys = r.EnumSubKeys();
+    ASSERT_TRUE(keys);
+    Registry::KeyIterator taker;
+    taker.consume(keys);
+    EXPECT_FALSE(keys);
+    EXPECT_STREQ(taker.GetKey().getString(), "Alpha");
+    EXPECT_TRUE(taker.NextKey());
+    EXPECT_STREQ(taker.GetKey().getString(), "beta");
+    HKEY detached = taker.detach();
+    EXPECT_FALSE(taker);
+    EXPECT_EQ(GetRegistryStore().CloseKey(detached), 0);
+    // A handle is never handed out again: a second close fails cleanly.
+    EXPECT_EQ(GetRegistryStore().CloseKey(detached), 6);
+    EXPECT_FALSE(m_sink.saw("m_enumKey == NULL"));
+    Registry::KeyIterator busy = r.EnumSubKeys();
+    Registry::KeyIterator more = r.EnumSubKeys();
+    busy.consume(more);
+    EXPECT_TRUE(m_sink.saw("m_enumKey == NULL"));
+    EXPECT_STREQ(busy.GetKey().getString(), "Alpha");
+}
+
+TEST_F(RegistryTest, ExpandedStrings) {
+    setenv("REGISTRY_TEST_ROOT", "/opt/app", 1);
+    unsetenv("REGISTRY_TEST_UNSET");
+    Put("Software\\Expand", "path", 2, std::string("%REGISTRY_TEST_ROOT%\\bin;%REGISTRY_TEST_UNSET%;100%") + '\0');
+    Put("Software\\Expand", "long", 2, std::string(300, 'x') + '\0');
+    Put("Software\\Expand", "edge", 2, std::string(259, 'y') + '\0');
+    Put("Software\\Expand", "huge", 2, std::string(17000, 'z') + '\0');
+    Registry r = Key("Software\\Expand");
+    EXPECT_STREQ(r.ReadValue("path").getString(), "/opt/app\\bin;%REGISTRY_TEST_UNSET%;100%");
+    EXPECT_EQ(r.ReadValue("edge").getLength(), 259u);
+    EXPECT_FALSE(m_sink.saw("accomodate"));
+    EXPECT_TRUE(r.ReadValue("long").isEmpty());
+    EXPECT_TRUE(m_sink.saw("Registry::ReadValue: Buffer is not big enough to accomodate expanded string"));
+    // Past the first buffer only plain strings are read.
+    EXPECT_TRUE(r.ReadValue("huge").isEmpty());
+
+    char small[4];
+    EXPECT_EQ(ExpandEnvironmentReferences("%REGISTRY_TEST_ROOT%", small, sizeof small), 9u);
+    EXPECT_EQ(ExpandEnvironmentReferences("%%REGISTRY_TEST_ROOT%%", nullptr, 0), 11u);
+
+    // A copy carries the expanded text as a plain string.
+    EXPECT_TRUE(Registry::CopyKey(HKEY_LOCAL_MACHINE, "Software\\Copied", HKEY_LOCAL_MACHINE, "Software\\Expand"));
+    unsigned long type = 0;
+    Registry copied = Key("Software\\Copied");
+    EXPECT_TRUE(copied.GetType("path", type));
+    EXPECT_EQ(type, 1u);
+    setenv("REGISTRY_TEST_ROOT", "/elsewhere", 1);
+    EXPECT_STREQ(copied.ReadValue("path").getString(), "/opt/app\\bin;%REGISTRY_TEST_UNSET%;100%");
+}
+
+TEST_F(RegistryTest, CopiesKeepNumbersAndFlattenTheRest) {
+    Registry source = Key("Software\\Source");
+    ASSERT_TRUE(source.WriteValue("n", 12ul));
+    ASSERT_TRUE(source.WriteValue("s", SAnsiString("text")));
+    Put("Software\\Source", "bin", 3, "\x7f");
+    ASSERT_TRUE(Key("Software\\Source\\Child\\Grand").WriteValue("deep", SAnsiString("yes")));
+
+    EXPECT_TRUE(Registry::CopyKey(HKEY_CURRENT_USER, "Software\\Target", HKEY_LOCAL_MACHINE, "Software\\Source"));
+    Registry target = Key("Software\\Target", HKEY_CURRENT_USER);
+    unsigned long type = 0;
+    EXPECT_TRUE(target.GetType("n", type));
+    EXPECT_EQ(type, 4u);
+    EXPECT_STREQ(target.ReadValue("s").getString(), "text");
+    // A binary value arrives as an empty string.
+    EXPECT_FALSE(target.GetType("bin", type));
+    EXPECT_EQ(type, 1u);
+    EXPECT_STREQ(Key("Software\\Target\\child\\grand", HKEY_CURRENT_USER).ReadValue("deep").getString(), "yes");
+
+    // A copy into its own subtree would never end.
+    EXPECT_FALSE(Registry::CopyKey(HKEY_LOCAL_MACHINE, "software\\source\\child", HKEY_LOCAL_MACHINE,
+                                   "Software\\Source"));
+    EXPECT_TRUE(Registry::CopyKey(HKEY_LOCAL_MACHINE, "Software\\SourceTwin", HKEY_LOCAL_MACHINE,
+                                  "Software\\Source"));
+
+    EXPECT_TRUE(Registry::CopyValue(HKEY_LOCAL_MACHINE, "Software\\One", "renamed", HKEY_LOCAL_MACHINE,
+                                    "Software\\Source", "n"));
+    EXPECT_TRUE(Key("Software\\One").GetType("renamed", type));
+    EXPECT_EQ(type, 4u);
+}
+
+TEST_F(RegistryTest, RemoteMachinesStayLocal) {
+    Registry r = Key("Software\\Remote");
+    ASSERT_TRUE(r.WriteValue("v", SAnsiString("local")));
+    r.SetRemoteMachine("\\\\\\server");
+    EXPECT_FALSE(r.IsRemoteReg());
+    EXPECT_STREQ(r.GetRemoteMachineName().getString(), "server");
+    r.SetRemoteMachine("plain");
+    EXPECT_STREQ(r.GetRemoteMachineName().getString(), "plain");
+    EXPECT_STREQ(r.ReadValue("v").getString(), "local");
+    EXPECT_TRUE(r.DeleteKeyRecursive(true));
+}
+
+TEST_F(RegistryTest, LocaleTextIsStoredAsUtf8) {
+    TarnkitTest::ScopedLocale latin("de_DE");
+    if (!latin.ok())
+        GTEST_SKIP() << "de_DE is not installed";
+    // "Grüße" in ISO-8859-1.
+    ASSERT_TRUE(Key("Software\\Text").WriteValue("Gr\xFC\xDF" "e", SAnsiString("\xFC")));
+    EXPECT_STREQ(Key("Software\\Text").ReadValue("GR\xFC\xDF" "E").getString(), "\xFC");
+    EXPECT_EQ(Stored("gr\xC3\xBC\xC3\x9F" "e"), (std::pair<long, std::string>{1, std::string("\xC3\xBC", 3)}));
+    TarnkitTest::ScopedLocale utf8("en_US.UTF-8");
+    ASSERT_TRUE(utf8.ok());
+    EXPECT_STREQ(Key("Software\\Text").ReadValue("Gr\xC3\xBC\xC3\x9F" "e").getString(), "\xC3\xBC");
+}
+
+// Passes everything to the real store, but refuses what a test names.
+class RefusingStore : public IRegistryStore {
+public:
+    long openResult = 0, setResult = 0, createResult = 0;
+    IRegistryStore &real = SqliteRegistryStore();
+    long OpenKey(HKEY r, const char *p, unsigned long a, HKEY *h) override {
+        return openResult != 0 ? openResult : real.OpenKey(r, p, a, h);
+    }
+    long CreateKey(HKEY r, const char *p, unsigned long a, HKEY *h, unsigned long *d) override {
+        return createResult != 0 ? createResult : real.CreateKey(r, p, a, h, d);
+    }
+    long CloseKey(HKEY k) override { return real.CloseKey(k); }
+    long QueryValue(HKEY k, const char *n, unsigned long *t, unsigned char *d, unsigned long *s) override {
+        return real.QueryValue(k, n, t, d, s);
+    }
+    long SetValue(HKEY k, const char *n, unsigned long t, const unsigned char *d, unsigned long s) override {
+        return setResult != 0 ? setResult : real.SetValue(k, n, t, d, s);
+    }
+    long DeleteValue(HKEY k, const char *n) override { return real.DeleteValue(k, n); }
+    long EnumKey(HKEY k, uint32_t i, char *n, unsigned long *l) override { return real.EnumKey(k, i, n, l); }
+    long EnumValue(HKEY k, uint32_t i, char *n, unsigned long *l, unsigned long *t, unsigned char *d,
+                   unsigned long *s) override {
+        return real.EnumValue(k, i, n, l, t, d, s);
+    }
+    long DeleteKey(HKEY r, const char *p) override { return real.DeleteKey(r, p); }
+    long BeginTransaction(HKEY r) override { return real.BeginTransaction(r); }
+    long CommitTransaction(HKEY r) override { return real.CommitTransaction(r); }
+    long RollbackTransaction(HKEY r) override { return real.RollbackTransaction(r); }
+    long ConnectRemote(const char *m, HKEY r, HKEY *h) override { return real.ConnectRemote(m, r, h); }
+};
+
+TEST_F(RegistryTest, DeniedAccessIsReportedAndDefaultsAreNotHandedBack) {
+    RefusingStore refusing;
+    SetRegistryStore(&refusing);
+    refusing.openResult = 5;
+    Registry r = Key("Software\\Denied");
+    EXPECT_FALSE(r.KeyExists());
+    EXPECT_TRUE(m_sink.saw("KeyExists failed. Access Denied"));
+    EXPECT_FALSE(r.EnumValues());
+    EXPECT_TRUE(m_sink.saw("RegOpenKeyEx(Software\\Denied) failed. Error code: 5"));
+    refusing.openResult = 0;
+
+    refusing.setResult = 5;
+    EXPECT_TRUE(r.ReadValue("v", SAnsiString("default")).isEmpty());
+    EXPECT_TRUE(m_sink.saw("RegSetValueEx(Software\\Denied) failed. Error code: 5"));
+    refusing.setResult = 0;
+    refusing.createResult = 5;
+    m_sink.clear();
+    EXPECT_FALSE(r.WriteValue("t", SAnsiString("x")));
+    EXPECT_FALSE(m_sink.saw("RegCreateKeyEx"));
+    EXPECT_TRUE(r.ReadValue("n", 3ul).isEmpty());
+    EXPECT_TRUE(m_sink.saw("RegCreateKeyEx(Software\\Denied) failed. Error code: 5"));
+    SetRegistryStore(nullptr);
+
+    // The store can still be used afterwards, and a failed copy leaves nothing.
+    ASSERT_TRUE(Key("Software\\Src\\Sub").WriteValue("a", SAnsiString("1")));
+    ASSERT_TRUE(Key("Software\\Src").WriteValue("b", SAnsiString("2")));
+    SetRegistryStore(&refusing);
+    refusing.createResult = 0;
+    refusing.openResult = 0;
+    struct FailLate : RefusingStore {
+        int writes = 0;
+        long SetValue(HKEY k, const char *n, unsigned long t, const unsigned char *d, unsigned long s) override {
+            return ++writes > 1 ? 1013 : real.SetValue(k, n, t, d, s);
+        }
+    } failLate;
+    SetRegistryStore(&failLate);
+    EXPECT_FALSE(Registry::CopyKey(HKEY_LOCAL_MACHINE, "Software\\Dst", HKEY_LOCAL_MACHINE, "Software\\Src"));
+    SetRegistryStore(nullptr);
+    EXPECT_FALSE(Key("Software\\Dst").KeyExists());
+}
+
+TEST_F(RegistryTest, KeyPathsAreChecked) {
+    Registry trailing = Key("Software\\Trailing\\");
+    trailing.KeyExists();
+#ifndef NDEBUG
+    EXPECT_TRUE(m_sink.saw("Win95 doesn't like opening \\ ending reg keys"));
+#endif
+    EXPECT_FALSE(Key("Software\\\\Double").WriteValue("v", SAnsiString("x")));
+    IRegistryStore &store = GetRegistryStore();
+    HKEY key = nullptr;
+    EXPECT_EQ(store.CreateKey(HKEY_LOCAL_MACHINE, "a\\\\b", RegistryAccess::Write, &key, nullptr), 161);
+    EXPECT_EQ(store.OpenKey(reinterpret_cast<HKEY>(uintptr_t{0x7fffffff}), "a", RegistryAccess::Read, &key), 6);
+    // A key opened for writing only cannot be read through.
+    ASSERT_EQ(store.CreateKey(HKEY_LOCAL_MACHINE, "w", RegistryAccess::Write, &key, nullptr), 0);
+    unsigned long type = 0, size = 0;
+    EXPECT_EQ(store.QueryValue(key, "v", &type, nullptr, &size), 5);
+    store.CloseKey(key);
+}
+
+TEST_F(RegistryTest, ObjectsInSeparateThreadsShareTheStore) {
+    ASSERT_TRUE(Key("Software\\Threads").WriteValue("seed", SAnsiString("0")));
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([t] {
+            Registry mine = Key(("Software\\Threads\\T" + std::to_string(t)).c_str());
+            for (unsigned long i = 0; i < 25; ++i) {
+                mine.WriteValue(("v" + std::to_string(i)).c_str(), i);
+                Key("Software\\Threads").ReadValue("seed");
+            }
+        });
+    for (auto &thread : threads)
+        thread.join();
+    for (int t = 0; t < 4; ++t) {
+        int count = 0;
+        for (Registry::ValueIterator it = Key(("Software\\Threads\\T" + std::to_string(t)).c_str()).EnumValues();
+             it; ++it)
+            ++count;
+        EXPECT_EQ(count, 25);
+    }
+}
+
+} // namespace
