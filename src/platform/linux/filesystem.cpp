@@ -9,6 +9,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <memory>
+#include <string_view>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
@@ -59,16 +60,16 @@ void FillStatus(const struct stat &info, PathStatus &status) noexcept {
 // Splits at the last "/": the directory ("." when there is none, "/" for
 // the root) and the final name.
 void SplitLast(const char *path, std::string &directory, std::string &name) {
-    std::string text(path);
+    std::string_view text(path);
     while (text.size() > 1 && text.back() == '/')
-        text.pop_back();
+        text.remove_suffix(1);
     const size_t slash = text.rfind('/');
-    if (slash == std::string::npos) {
-        directory = ".";
-        name = text;
+    if (slash == std::string_view::npos) {
+        directory.assign(1, '.');
+        name.assign(text);
     } else {
-        directory = slash == 0 ? "/" : text.substr(0, slash);
-        name = text.substr(slash + 1);
+        directory.assign(slash == 0 ? text.substr(0, 1) : text.substr(0, slash));
+        name.assign(text.substr(slash + 1));
     }
 }
 
