@@ -410,10 +410,14 @@ public:
         sqlite3_bind_int64(m_statement, index, value);
         return *this;
     }
+    // The text is bound without a copy, so it must outlive the statement's
+    // use: binding a temporary is refused at compile time.
     StatementUse &bind(int index, const std::string &text) {
         sqlite3_bind_text(m_statement, index, text.data(), static_cast<int>(text.size()), SQLITE_STATIC);
         return *this;
     }
+    StatementUse &bind(int index, std::string &&text) = delete;
+    StatementUse &bindBlob(int index, std::string &&data) = delete;
     StatementUse &bindBlob(int index, const std::string &data) {
         // A zero-length blob, not NULL, for empty data.
         sqlite3_bind_blob(m_statement, index, data.empty() ? "" : data.data(), static_cast<int>(data.size()),
@@ -572,7 +576,8 @@ long Connection::findKey(int64_t parent, const std::string &name, int64_t &id) {
     if (s == nullptr)
         return rc;
     StatementUse use(s);
-    use.bind(1, parent).bind(2, Fold(name));
+    const std::string folded = Fold(name);
+    use.bind(1, parent).bind(2, folded);
     int result = use.step();
     if (result == SQLITE_ROW) {
         id = sqlite3_column_int64(s, 0);
@@ -627,7 +632,8 @@ long Connection::insertKey(int64_t parent, const std::string &name, int64_t &id)
     if (s == nullptr)
         return rc;
     StatementUse use(s);
-    use.bind(1, parent).bind(2, name).bind(3, Fold(name));
+    const std::string folded = Fold(name);
+    use.bind(1, parent).bind(2, name).bind(3, folded);
     int result = use.step();
     if (result != SQLITE_DONE)
         return fail(result, "write", true);
