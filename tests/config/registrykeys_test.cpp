@@ -1,0 +1,329 @@
+// The key family of the product's settings: where each class keeps its key,
+// how a server instance falls back to its server and copies settings down,
+// and the records kept by the configuration manager and the web connector.
+#include "config/registrystore.h"
+#include "support/testsupport.h"
+#include "tarnkit/registrykeys/registrykeys.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+using namespace TarnkitA201;
+
+namespace {
+
+const std::string kCompany = "Software\\Ostrand Group\\10.5";
+
+class RegistryKeysTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char pattern[] = "/tmp/registrykeys_test_XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        m_dir = pattern;
+        setenv("TARNKIT_REGISTRY_DIR", (m_dir + "/machine").c_str(), 1);
+        setenv("XDG_CONFIG_HOME", (m_dir + "/user").c_str(), 1);
+    }
+    void TearDown() override { std::filesystem::remove_all(m_dir); }
+
+    static std::string Name(const Registry &r) { return r.GetKeyName().getString(); }
+
+    static Registry Machine(const std::string &path) { return Registry(path.c_str(), "", HKEY_LOCAL_MACHINE); }
+
+    static void Put(const std::string &key, const char *name, unsigned long type, const std::string &data) {
+        IRegistryStore &store = GetRegistryStore();
+        HKEY handle = nullptr;
+        ASSERT_EQ(store.CreateKey(HKEY_LOCAL_MACHINE, key.c_str(), RegistryAccess::Write, &handle, nullptr), 0);
+        ASSERT_EQ(store.SetValue(handle, name, type, reinterpret_cast<const unsigned char *>(data.data()),
+                                 static_cast<unsigned long>(data.size())),
+                  0);
+        store.CloseKey(handle);
+    }
+
+    // The stored type of a value, 0 when absent.
+    static unsigned long TypeAt(const std::string &key, const char *name) {
+        unsigned long type = 0;
+        Machine(key).GetType(name, type);
+        return type;
+    }
+
+    static std::vector<std::string> Keys(Registry::KeyIterator it) {
+        std::vector<std::string> names;
+        for (; it; ++it)
+            names.emplace_back(it.GetKey().getString());
+        return names;
+    }
+
+    static std::vector<std::string> Values(Registry::ValueIterator it) {
+        std::vector<std::string> pairs;
+        for (; it; ++it)
+            pairs.push_back(std::string(it.GetName().getString()) + "=" + it.GetValue().getString());
+        return pairs;
+    }
+
+    std::string m_dir;
+    TarnkitTest::CapturingSink m_sink;
+};
+
+TEST_F(RegistryKeysTest, EachClassNamesItsKey) {
+    EXPECT_EQ(Name(CompanyRegistry()), kCompany);
+    EXPECT_EQ(Name(CompanyRegistry("Sub")), kCompany + "\\Sub");
+    EXPECT_EQ(Name(LoggingRegistry("")), kCompany + "\\Logging");
+    EXPECT_EQ(Name(LoggingRegistry("Plug")), kCompany + "\\Logging\\Plug");
+    EXPECT_EQ(Name(TransportRegistry("Net")), kCompany + "\\Transport\\Net");
+    EXPECT_EQ(Name(SharedToolsRegistry("tool.so")), kCompany + "\\Shared Tools\\tool.so");
+    EXPECT_EQ(Name(WebConnectorRegistry()), kCompany + "\\Web Connector");
+    EXPECT_EQ(Name(ConfigMgrRegistry("Servers")), kCompany + "\\Config Manager\\Servers");
+    EXPECT_EQ(Name(AmbryRegistry()), kCompany + "\\Ambry");
+    EXPECT_EQ(Name(OptionsRegistry()), kCompany + "\\Ambry\\Options");
+    EXPECT_EQ(Name(OptionsRegistry("Debug")), kCompany + "\\Ambry\\Options\\Debug");
+    EXPECT_EQ(Name(InfoHelpRegistry()), kCompany + "\\Ambry\\Help");
+    EXPECT_EQ(Name(ODBCRegistry()), "Software\\ODBC");
+    EXPECT_EQ(Name(UserCompanyRegistry()), "Software\\Halcyon Decisions");
+    EXPECT_EQ(Name(UserCompanyRegistry("Tools")), "Software\\Halcyon Decisions\\Tools");
+    EXPECT_EQ(Name(ServerRegistry("Srv", "")), kCompany + "\\Srv");
+    EXPECT_EQ(Name(ServerRegistry("Srv", "One")), kCompany + "\\Srv\\Instances\\One");
+    EXPECT_EQ(Name(KVSRegistry()), kCompany + "\\LNS");
+    EXPECT_EQ(Name(KVSRegistry("Blue")), kCompany + "\\LNS\\Instances\\Blue");
+    EXPECT_STREQ(KVSRegistry("Blue").GetInstanceKey().getString(), "Blue");
+
+    // appendKey always adds a separator, and a server's key grows alike.
+    CompanyRegistry company("A");
+    company.appendKey("B");
+    EXPECT_EQ(Name(company), kCompany + "\\A\\B");
+    ODBCRegistry odbc;
+    odbc.appendKey("ODBC.INI");
+    EXPECT_EQ(Name(odbc), "Software\\ODBC\\ODBC.INI");
+    ServerRegistry server("Srv", "One");
+    server.appendKey("Cache");
+    server.appendKey("Disk");
+    EXPECT_EQ(Name(server), kCompany + "\\Srv\\Instances\\One\\Cache\\Disk");
+
+    // Roots: the company keys are the machine's, the user key the user's.
+    EXPECT_EQ(companyRegistryHandle, HKEY_LOCAL_MACHINE);
+    EXPECT_TRUE(LoggingRegistry().WriteValue("loggingPath", SAnsiString("/var/log/suite")));
+    EXPECT_STREQ(Machine(kCompany + "\\Logging").ReadValue("loggingPath").getString(), "/var/log/suite");
+    UserCompanyRegistry user("Tools");
+    EXPECT_STREQ(user.ReadValue("Editor", SAnsiString("vi")).getString(), "vi");
+    EXPECT_STREQ(Registry("Software\\Halcyon Decisions\\Tools", "", HKEY_CURRENT_USER).ReadValue("Editor").getString(),
+                 "vi");
+    EXPECT_FALSE(Machine("Software\\Halcyon Decisions\\Tools").KeyExists());
+    EXPECT_STREQ(ODBCRegistry().ReadValue("Drivers", 3ul).getString(), "3");
+    EXPECT_EQ(TypeAt("Software\\ODBC", "Drivers"), 4u);
+
+    // Setting names that callers look up as spelt, misspellings included.
+    EXPECT_STREQ(KVSRegistry::KVSRegistryKey, "LNS");
+    EXPECT_STREQ(KVSRegistry::REG_MAXIMUMCLUSTERMEMBERTIMEDISCREPENCYINMINUTES,
+                 "MaximumClusterMemberTimeDiscrepencyInMinutes");
+    EXPECT_STREQ(KVSRegistry::REG_THREADTIMEOUTMINUTES, "ThreadTimeoutAfterNMinutes");
+    EXPECT_STREQ(KVSRegistry::REG_TIMEOUT_VALUE, "ConnectionTimeout");
+    EXPECT_STREQ(KVSRegistry::REG_KEY_KVSSOCKSSERVERS, "LNSSocksServers");
+    EXPECT_FALSE(m_sink.saw("Win95"));
+}
+
+TEST_F(RegistryKeysTest, InstanceFallsBackToServerAndCopiesDown) {
+    const std::string serverKey = kCompany + "\\LNS";
+    const std::string instanceKey = serverKey + "\\Instances\\Blue";
+    ASSERT_TRUE(Machine(serverKey).WriteValue("ThreadPoolSize", 16ul));
+    ASSERT_TRUE(Machine(serverKey).WriteValue("UploadPath", SAnsiString("/srv/upload")));
+    ASSERT_TRUE(Machine(serverKey).WriteValue("AuthenticationRealm", SAnsiString("server")));
+    ASSERT_TRUE(Machine(instanceKey).WriteValue("AuthenticationRealm", SAnsiString("instance")));
+    setenv("REGKEYS_TEST_HOME", "/home/blue", 1);
+    Put(serverKey, "Expanded", 2, std::string("%REGKEYS_TEST_HOME%/x") + '\0');
+    Put(serverKey, "Blob", 3, "\x01\x02");
+
+    KVSRegistry blue("Blue");
+    // The instance's own value wins.
+    EXPECT_STREQ(blue.ReadValue(KVSRegistry::REG_AUTH_REALM).getString(), "instance");
+    // A server value is answered and copied down with its type.
+    EXPECT_STREQ(blue.ReadValue(KVSRegistry::REG_THREADPOOL_SIZE).getString(), "16");
+    EXPECT_EQ(TypeAt(instanceKey, "ThreadPoolSize"), 4u);
+    EXPECT_STREQ(blue.ReadValue(KVSRegistry::REG_UPLOAD_PATH).getString(), "/srv/upload");
+    EXPECT_EQ(TypeAt(instanceKey, "UploadPath"), 1u);
+    // From then on the instance has its own copy.
+    ASSERT_TRUE(Machine(serverKey).WriteValue("UploadPath", SAnsiString("/changed")));
+    EXPECT_STREQ(KVSRegistry("Blue").ReadValue("UploadPath").getString(), "/srv/upload");
+    // An expandable string is answered expanded but stays with the server.
+    EXPECT_STREQ(blue.ReadValue("Expanded").getString(), "/home/blue/x");
+    EXPECT_EQ(TypeAt(instanceKey, "Expanded"), 0u);
+    // What neither key has reads empty and creates nothing.
+    EXPECT_TRUE(blue.ReadValue("Blob").isEmpty());
+    EXPECT_TRUE(blue.ReadValue("Nowhere").isEmpty());
+    EXPECT_EQ(TypeAt(instanceKey, "Blob"), 0u);
+
+    // Defaults go to the instance only when the server has nothing either.
+    EXPECT_STREQ(blue.ReadValue("InstallPath", SAnsiString("/opt/x")).getString(), "/opt/x");
+    EXPECT_EQ(TypeAt(instanceKey, "InstallPath"), 1u);
+    EXPECT_EQ(TypeAt(serverKey, "InstallPath"), 0u);
+    ASSERT_TRUE(Machine(serverKey).WriteValue("AuditInterval", 60ul));
+    EXPECT_STREQ(blue.ReadValue("AuditInterval", 5ul).getString(), "60");
+    EXPECT_STREQ(blue.ReadValue("AuditBatchSize", 0ul).getString(), "0");
+    EXPECT_EQ(TypeAt(instanceKey, "AuditBatchSize"), 4u);
+    EXPECT_TRUE(blue.ReadValue("NoDefault", SAnsiString()).isEmpty());
+
+    // Keys appended below the instance fall back to the same keys below the
+    // server, not to the server's own key.
+    ASSERT_TRUE(Machine(serverKey + "\\MIME").WriteValue("txt", SAnsiString("text/plain")));
+    KVSRegistry mime("Green");
+    mime.appendKey(KVSRegistry::REG_KEY_MIME);
+    EXPECT_STREQ(mime.ReadValue("txt").getString(), "text/plain");
+    EXPECT_TRUE(mime.ReadValue("ThreadPoolSize").isEmpty());
+    EXPECT_EQ(TypeAt(serverKey + "\\Instances\\Green\\MIME", "txt"), 1u);
+
+    // Without an instance the server's key is its own: no copy, no fallback.
+    KVSRegistry server;
+    EXPECT_STREQ(server.ReadValue("ThreadPoolSize").getString(), "16");
+    EXPECT_TRUE(server.ReadValue("Nowhere").isEmpty());
+    EXPECT_FALSE(m_sink.saw("not the same as the default"));
+}
+
+TEST_F(RegistryKeysTest, EnumerationsFillTheInstanceFromTheServer) {
+    const std::string serverKey = kCompany + "\\Srv";
+    const std::string instanceKey = serverKey + "\\Instances\\One";
+    ASSERT_TRUE(Machine(serverKey + "\\Alpha\\Deep").WriteValue("d", 4ul));
+    ASSERT_TRUE(Machine(serverKey + "\\Zeta").WriteValue("z", SAnsiString("server")));
+    ASSERT_TRUE(Machine(serverKey).WriteValue("Shared", SAnsiString("s")));
+    ASSERT_TRUE(Machine(serverKey).WriteValue("Own", SAnsiString("server")));
+    ASSERT_TRUE(Machine(instanceKey + "\\Zeta").WriteValue("z", SAnsiString("instance")));
+    ASSERT_TRUE(Machine(instanceKey).WriteValue("own", SAnsiString("instance")));
+    ASSERT_TRUE(Machine(serverKey + "\\Instances\\Two").WriteValue("v", SAnsiString("2")));
+
+    ServerRegistry one("Srv", "One");
+    // The server's "Instances" key is not copied into an instance.
+    EXPECT_EQ(Keys(one.EnumSubKeys()), (std::vector<std::string>{"Alpha", "Zeta"}));
+    EXPECT_STREQ(Machine(instanceKey + "\\Alpha\\Deep").ReadValue("d").getString(), "4");
+    EXPECT_EQ(TypeAt(instanceKey + "\\Alpha\\Deep", "d"), 4u);
+    // An existing sub-key is left as it is.
+    EXPECT_STREQ(Machine(instanceKey + "\\Zeta").ReadValue("z").getString(), "instance");
+
+    EXPECT_EQ(Values(one.EnumValues()), (std::vector<std::string>{"own=instance", "Shared=s"}));
+    EXPECT_STREQ(Machine(instanceKey).ReadValue("Own").getString(), "instance");
+
+    // The instances from the first one on, whichever object asks.
+    EXPECT_EQ(Keys(one.EnumInstances()), (std::vector<std::string>{"One", "Two"}));
+    EXPECT_EQ(Keys(ServerRegistry("Srv", "").EnumInstances()), (std::vector<std::string>{"One", "Two"}));
+    EXPECT_FALSE(ServerRegistry("Nobody", "").EnumInstances());
+
+    // An instance that does not exist yet is made by enumerating it.
+    ServerRegistry fresh("Srv", "Three");
+    EXPECT_EQ(Keys(fresh.EnumSubKeys()), (std::vector<std::string>{"Alpha", "Zeta"}));
+    EXPECT_EQ(Values(fresh.EnumValues()), (std::vector<std::string>{"Shared=s", "Own=server"}));
+
+    // A server key enumerates as it is.
+    EXPECT_EQ(Keys(ServerRegistry("Srv", "").EnumSubKeys()), (std::vector<std::string>{"Alpha", "Instances", "Zeta"}));
+}
+
+TEST_F(RegistryKeysTest, ConfigManagerReadsServersAndNamesWhatIsMissing) {
+    const std::string base = kCompany + "\\Config Manager";
+    auto describe = [&](const std::string &name, const char *ebus) {
+        Registry key = Machine(base + "\\" + name);
+        ASSERT_TRUE(key.WriteValue("ServiceName", SAnsiString((name + "Svc").c_str())));
+        ASSERT_TRUE(key.WriteValue("Path", SAnsiString(("/opt/" + name).c_str())));
+        ASSERT_TRUE(key.WriteValue("Dependency", SAnsiString()));
+        ASSERT_TRUE(key.WriteValue("CommandLine", SAnsiString("-fg")));
+        if (ebus != nullptr) {
+            ASSERT_TRUE(key.WriteValue("IsDependsOnEbus", SAnsiString(ebus)));
+        }
+    };
+    describe("Alpha", "TRUE");
+    describe("Beta", "no");
+    ASSERT_TRUE(Machine(base + "\\Gamma").WriteValue("IsDependsOnEbus", 0ul));
+    describe("Gamma", nullptr);
+
+    SIArray<ConfigMgrRegistry::ServerType> servers;
+    EXPECT_TRUE(ConfigMgrRegistry().Get(servers));
+    ASSERT_EQ(servers.GetSize(), 3u);
+    EXPECT_STREQ(servers[0].serverKey.getString(), "Alpha");
+    EXPECT_STREQ(servers[0].serviceName.getString(), "AlphaSvc");
+    EXPECT_STREQ(servers[0].path.getString(), "/opt/Alpha");
+    EXPECT_TRUE(servers[0].dependency.isEmpty());
+    EXPECT_STREQ(servers[0].commandLine.getString(), "-fg");
+    EXPECT_TRUE(servers[0].dependsOnEbus);
+    EXPECT_FALSE(servers[1].dependsOnEbus);
+    EXPECT_FALSE(servers[2].dependsOnEbus);
+
+    ConfigMgrRegistry::ServerType one;
+    EXPECT_TRUE(ConfigMgrRegistry("Beta").Get(one));
+    EXPECT_TRUE(one == servers[1]);
+
+    // Each missing piece has its own text; the record is left untouched.
+    ConfigMgrRegistry::ServerType untouched = one;
+    EXPECT_FALSE(ConfigMgrRegistry("Absent").Get(one));
+    EXPECT_TRUE(m_sink.saw("SocksServerRegistry::Get Invalid value for server key"));
+    ASSERT_TRUE(Machine(base + "\\Beta").DeleteValue("Dependency"));
+    EXPECT_FALSE(ConfigMgrRegistry("Beta").Get(one));
+    EXPECT_TRUE(m_sink.saw("SocksServerRegistry::Get Invalid value for dependency"));
+    EXPECT_TRUE(one == untouched);
+    ASSERT_TRUE(Machine(base + "\\Alpha").WriteValue("IsDependsOnEbus", SAnsiString("maybe")));
+    EXPECT_FALSE(ConfigMgrRegistry("Alpha").Get(one));
+    EXPECT_TRUE(m_sink.saw("SocksServerRegistry::Get Invalid value for depend on ebus"));
+    Put(base + "\\Gamma", "Path", 3, "\x01");
+    EXPECT_FALSE(ConfigMgrRegistry("Gamma").Get(one));
+    EXPECT_TRUE(m_sink.saw("SocksServerRegistry::Get Invalid value for path"));
+
+    // A list stops at the first bad server and keeps those before it.
+    servers.RemoveAll();
+    ASSERT_TRUE(Machine(base + "\\Alpha").WriteValue("IsDependsOnEbus", 1ul));
+    EXPECT_FALSE(ConfigMgrRegistry().Get(servers));
+    ASSERT_EQ(servers.GetSize(), 1u);
+    EXPECT_TRUE(servers[0].dependsOnEbus);
+}
+
+TEST_F(RegistryKeysTest, WebConnectorHostsRoundTripInOrder) {
+    WebConnectorRegistry web("Site");
+    SIArray<WebConnectorRegistry::GHSHost> hosts;
+    EXPECT_TRUE(web.GetGHSHosts(hosts));
+    EXPECT_EQ(hosts.GetSize(), 0u);
+
+    // Twelve hosts: "10" and "11" must come after "9", not after "1".
+    SIArray<WebConnectorRegistry::GHSHost> written;
+    for (int i = 0; i < 12; ++i)
+        written.Add({SAnsiString(("host" + std::to_string(i)).c_str()),
+                     SAnsiString(("http://h" + std::to_string(i) + "/").c_str())});
+    written.Add({SAnsiString("host3"), SAnsiString("http://again/")});
+    ASSERT_TRUE(web.SetGHSHosts(written));
+    EXPECT_STREQ(Machine(kCompany + "\\Web Connector\\Site\\GHSHosts\\0").ReadValue("GHSHost").getString(), "host0");
+
+    EXPECT_TRUE(web.GetGHSHosts(hosts));
+    ASSERT_EQ(hosts.GetSize(), written.GetSize());
+    for (size_t i = 0; i < hosts.GetSize(); ++i)
+        EXPECT_TRUE(hosts[i] == written[i]) << i;
+
+    // By name, the later of two hosts with one name wins.
+    WebConnectorRegistry::GHSHostMap byName;
+    EXPECT_TRUE(web.GetGHSHosts(byName));
+    EXPECT_EQ(byName.GetCount(), 12u);
+    WebConnectorRegistry::GHSHost found;
+    ASSERT_TRUE(byName.Lookup("host3", found));
+    EXPECT_STREQ(found.url.getString(), "http://again/");
+
+    // A shorter list replaces the longer one entirely.
+    SIArray<WebConnectorRegistry::GHSHost> shorter;
+    shorter.Add({SAnsiString("only"), SAnsiString()});
+    ASSERT_TRUE(web.SetGHSHosts(shorter));
+    hosts.RemoveAll();
+    EXPECT_TRUE(web.GetGHSHosts(hosts));
+    ASSERT_EQ(hosts.GetSize(), 1u);
+    EXPECT_TRUE(hosts[0] == shorter[0]);
+
+    // A host without a name is refused before anything changes.
+    shorter.Add({SAnsiString(), SAnsiString("http://nameless/")});
+    EXPECT_FALSE(web.SetGHSHosts(shorter));
+    hosts.RemoveAll();
+    EXPECT_TRUE(web.GetGHSHosts(hosts));
+    EXPECT_EQ(hosts.GetSize(), 1u);
+
+    // A stored host whose name cannot be read ends the list.
+    ASSERT_TRUE(Machine(kCompany + "\\Web Connector\\Site\\GHSHosts\\1").WriteValue("URL", SAnsiString("x")));
+    ASSERT_TRUE(Machine(kCompany + "\\Web Connector\\Site\\GHSHosts\\2").WriteValue("GHSHost", SAnsiString("y")));
+    hosts.RemoveAll();
+    EXPECT_FALSE(web.GetGHSHosts(hosts));
+    EXPECT_EQ(hosts.GetSize(), 1u);
+    EXPECT_TRUE(m_sink.saw("WebConnectorRegistry::Get Invalid value for host name"));
+}
+
+} // namespace
