@@ -413,6 +413,102 @@ bool BmpRun(const unsigned short *&source, const unsigned short *sourceEnd, unsi
     return moved;
 }
 
+
+// One character of UCS-4 to UTF-8.
+Result StepUtf32ToUtf8(const unsigned long *&source, const unsigned long *, unsigned char *&target,
+                       unsigned char *targetEnd, Flags flags) noexcept {
+    unsigned long ch = *source;
+    if (flags == CUTFConverter::strictConversion && IsSurrogate(ch))
+        return CUTFConverter::sourceIllegal;
+    const unsigned bytesToWrite = Utf8Size(ch); // may replace ch
+    if (static_cast<size_t>(targetEnd - target) < bytesToWrite)
+        return CUTFConverter::targetExhausted;
+    WriteUtf8(target, ch, bytesToWrite);
+    target += bytesToWrite;
+    ++source;
+    return CUTFConverter::conversionOK;
+}
+
+// One UTF-8 sequence to one UCS-4 unit.
+Result StepUtf8ToUtf32(const unsigned char *&source, const unsigned char *sourceEnd, unsigned long *&target,
+                       unsigned long *targetEnd, Flags flags) noexcept {
+    const unsigned extra = kTrailingBytes.n[*source];
+    if (static_cast<size_t>(sourceEnd - source) <= extra)
+        return CUTFConverter::sourceExhausted;
+    if (!IsLegalUtf8(source, static_cast<int>(extra) + 1))
+        return CUTFConverter::sourceIllegal;
+    const unsigned char *start = source;
+    const unsigned long ch = DecodeSequence(source, extra);
+    if (target >= targetEnd) {
+        source = start;
+        return CUTFConverter::targetExhausted;
+    }
+    if (flags == CUTFConverter::strictConversion && (IsSurrogate(ch) || ch > kMaxUtf16)) {
+        source = start;
+        return CUTFConverter::sourceIllegal;
+    }
+    *target++ = ch > kMaxUtf16 ? kReplacementChar : ch;
+    return CUTFConverter::conversionOK;
+}
+
+// One UTF-16 character (a pair, or a lone surrogate in lenient mode) to UCS-4.
+Result StepUtf16ToUtf32(const unsigned short *&source, const unsigned short *sourceEnd, unsigned long *&target,
+                        unsigned long *targetEnd, Flags flags) noexcept {
+    const unsigned short *next = source;
+    unsigned long ch = *next++;
+    if (IsHighSurrogate(ch)) {
+        if (next < sourceEnd && IsLowSurrogate(*next))
+            ch = ((ch - kSurHighStart) << kHalfShift) + (*next++ - kSurLowStart) + kHalfBase;
+        else if (flags == CUTFConverter::strictConversion)
+            return CUTFConverter::sourceIllegal;
+    } else if (flags == CUTFConverter::strictConversion && IsLowSurrogate(ch)) {
+        return CUTFConverter::sourceIllegal;
+    }
+    if (target >= targetEnd)
+        return CUTFConverter::targetExhausted;
+    *target++ = ch;
+    source = next;
+    return CUTFConverter::conversionOK;
+}
+
+// One UCS-4 unit to UTF-16: one unit, or a pair beyond the basic plane.
+Result StepUtf32ToUtf16(const unsigned long *&source, const unsigned long *, unsigned short *&target,
+                        unsigned short *targetEnd, Flags flags) noexcept {
+    if (target >= targetEnd)
+        return CUTFConverter::targetExhausted;
+    unsigned long ch = *source;
+    if (flags == CUTFConverter::strictConversion && (IsSurrogate(ch) || ch > kMaxUtf16))
+        return CUTFConverter::sourceIllegal;
+    if (ch <= kMaxBmp) {
+        *target++ = static_cast<unsigned short>(ch);
+    } else if (ch > kMaxUtf16) {
+        *target++ = static_cast<unsigned short>(kReplacementChar);
+    } else {
+        if (targetEnd - target < 2)
+            return CUTFConverter::targetExhausted;
+        ch -= kHalfBase;
+        *target++ = static_cast<unsigned short>((ch >> kHalfShift) + kSurHighStart);
+        *target++ = static_cast<unsigned short>((ch & kHalfMask) + kSurLowStart);
+    }
+    ++source;
+    return CUTFConverter::conversionOK;
+}
+
+// Runs a step over the source until it ends or a step fails, and reports
+// where both pointers stopped.
+template <class Source, class Target, class Step>
+Result RunSteps(const Source **sourceStart, const Source *sourceEnd, Target **targetStart, Target *targetEnd,
+                Flags flags, Step step) noexcept {
+    Result result = CUTFConverter::conversionOK;
+    const Source *source = *sourceStart;
+    Target *target = *targetStart;
+    while (source < sourceEnd && (result = step(source, sourceEnd, target, targetEnd, flags)) == CUTFConverter::conversionOK) {
+    }
+    *sourceStart = source;
+    *targetStart = target;
+    return result;
+}
+
 } // namespace
 
 // ---------------------------------------------------------------------------
@@ -423,17 +519,7 @@ CUTFConverter::ConversionResult CUTFConverter::ConvertUTF16toUTF8Scalar(const un
                                                                         unsigned char **targetStart,
                                                                         unsigned char *targetEnd,
                                                                         ConversionFlags flags) {
-    Result result = conversionOK;
-    const unsigned short *source = *sourceStart;
-    unsigned char *target = *targetStart;
-    while (source < sourceEnd) {
-        result = StepUtf16ToUtf8(source, sourceEnd, target, targetEnd, flags);
-        if (result != conversionOK)
-            break;
-    }
-    *sourceStart = source;
-    *targetStart = target;
-    return result;
+    return RunSteps(sourceStart, sourceEnd, targetStart, targetEnd, flags, StepUtf16ToUtf8);
 }
 
 CUTFConverter::ConversionResult CUTFConverter::ConvertUTF16toUTF8(const unsigned short **sourceStart,
@@ -482,17 +568,7 @@ CUTFConverter::ConversionResult CUTFConverter::ConvertUTF8toUTF16Scalar(const un
                                                                         unsigned short **targetStart,
                                                                         unsigned short *targetEnd,
                                                                         ConversionFlags flags) {
-    Result result = conversionOK;
-    const unsigned char *source = *sourceStart;
-    unsigned short *target = *targetStart;
-    while (source < sourceEnd) {
-        result = StepUtf8ToUtf16(source, sourceEnd, target, targetEnd, flags);
-        if (result != conversionOK)
-            break;
-    }
-    *sourceStart = source;
-    *targetStart = target;
-    return result;
+    return RunSteps(sourceStart, sourceEnd, targetStart, targetEnd, flags, StepUtf8ToUtf16);
 }
 
 CUTFConverter::ConversionResult CUTFConverter::ConvertUTF8toUTF16(const unsigned char **sourceStart,
@@ -541,138 +617,28 @@ CUTFConverter::ConversionResult CUTFConverter::ConvertUTF32toUTF8(const unsigned
                                                                   const unsigned long *sourceEnd,
                                                                   unsigned char **targetStart,
                                                                   unsigned char *targetEnd, ConversionFlags flags) {
-    Result result = conversionOK;
-    const unsigned long *source = *sourceStart;
-    unsigned char *target = *targetStart;
-    while (source < sourceEnd) {
-        unsigned long ch = *source++;
-        if (flags == strictConversion && IsSurrogate(ch)) {
-            --source;
-            result = sourceIllegal;
-            break;
-        }
-        unsigned bytesToWrite = Utf8Size(ch);
-        if (static_cast<size_t>(targetEnd - target) < bytesToWrite) {
-            --source;
-            result = targetExhausted;
-            break;
-        }
-        WriteUtf8(target, ch, bytesToWrite);
-        target += bytesToWrite;
-    }
-    *sourceStart = source;
-    *targetStart = target;
-    return result;
+    return RunSteps(sourceStart, sourceEnd, targetStart, targetEnd, flags, StepUtf32ToUtf8);
 }
 
 CUTFConverter::ConversionResult CUTFConverter::ConvertUTF8toUTF32(const unsigned char **sourceStart,
                                                                   const unsigned char *sourceEnd,
                                                                   unsigned long **targetStart,
                                                                   unsigned long *targetEnd, ConversionFlags flags) {
-    Result result = conversionOK;
-    const unsigned char *source = *sourceStart;
-    unsigned long *target = *targetStart;
-    while (source < sourceEnd) {
-        unsigned extra = kTrailingBytes.n[*source];
-        if (static_cast<size_t>(sourceEnd - source) <= extra) {
-            result = sourceExhausted;
-            break;
-        }
-        if (!IsLegalUtf8(source, static_cast<int>(extra) + 1)) {
-            result = sourceIllegal;
-            break;
-        }
-        const unsigned char *start = source;
-        unsigned long ch = DecodeSequence(source, extra);
-        if (target >= targetEnd) {
-            source = start;
-            result = targetExhausted;
-            break;
-        }
-        if (flags == strictConversion && (IsSurrogate(ch) || ch > kMaxUtf16)) {
-            source = start;
-            result = sourceIllegal;
-            break;
-        }
-        *target++ = ch > kMaxUtf16 ? kReplacementChar : ch;
-    }
-    *sourceStart = source;
-    *targetStart = target;
-    return result;
+    return RunSteps(sourceStart, sourceEnd, targetStart, targetEnd, flags, StepUtf8ToUtf32);
 }
 
 CUTFConverter::ConversionResult CUTFConverter::ConvertUTF16toUTF32(const unsigned short **sourceStart,
                                                                    const unsigned short *sourceEnd,
                                                                    unsigned long **targetStart,
                                                                    unsigned long *targetEnd, ConversionFlags flags) {
-    Result result = conversionOK;
-    const unsigned short *source = *sourceStart;
-    unsigned long *target = *targetStart;
-    while (source < sourceEnd) {
-        const unsigned short *oldSource = source;
-        unsigned long ch = *source++;
-        if (IsHighSurrogate(ch)) {
-            if (source < sourceEnd && IsLowSurrogate(*source)) {
-                ch = ((ch - kSurHighStart) << kHalfShift) + (*source - kSurLowStart) + kHalfBase;
-                ++source;
-            } else if (flags == strictConversion) {
-                source = oldSource;
-                result = sourceIllegal;
-                break;
-            }
-        } else if (flags == strictConversion && IsLowSurrogate(ch)) {
-            source = oldSource;
-            result = sourceIllegal;
-            break;
-        }
-        if (target >= targetEnd) {
-            source = oldSource;
-            result = targetExhausted;
-            break;
-        }
-        *target++ = ch;
-    }
-    *sourceStart = source;
-    *targetStart = target;
-    return result;
+    return RunSteps(sourceStart, sourceEnd, targetStart, targetEnd, flags, StepUtf16ToUtf32);
 }
 
 CUTFConverter::ConversionResult CUTFConverter::ConvertUTF32toUTF16(const unsigned long **sourceStart,
                                                                    const unsigned long *sourceEnd,
                                                                    unsigned short **targetStart,
                                                                    unsigned short *targetEnd, ConversionFlags flags) {
-    Result result = conversionOK;
-    const unsigned long *source = *sourceStart;
-    unsigned short *target = *targetStart;
-    while (source < sourceEnd) {
-        if (target >= targetEnd) {
-            result = targetExhausted;
-            break;
-        }
-        unsigned long ch = *source++;
-        if (flags == strictConversion && (IsSurrogate(ch) || ch > kMaxUtf16)) {
-            --source;
-            result = sourceIllegal;
-            break;
-        }
-        if (ch <= kMaxBmp) {
-            *target++ = static_cast<unsigned short>(ch);
-        } else if (ch > kMaxUtf16) {
-            *target++ = static_cast<unsigned short>(kReplacementChar);
-        } else {
-            if (targetEnd - target < 2) {
-                --source;
-                result = targetExhausted;
-                break;
-            }
-            ch -= kHalfBase;
-            *target++ = static_cast<unsigned short>((ch >> kHalfShift) + kSurHighStart);
-            *target++ = static_cast<unsigned short>((ch & kHalfMask) + kSurLowStart);
-        }
-    }
-    *sourceStart = source;
-    *targetStart = target;
-    return result;
+    return RunSteps(sourceStart, sourceEnd, targetStart, targetEnd, flags, StepUtf32ToUtf16);
 }
 
 // ---------------------------------------------------------------------------
