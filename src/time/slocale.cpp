@@ -108,15 +108,17 @@ locale_t LoadUtf8Locale(const std::string &name) {
 // Locale objects live as long as the process: callers keep pointers into
 // their data. The cache is keyed by name, so it stays as small as the set of
 // names the table can produce.
+// The map itself is never destroyed either, so that no exit-time
+// destructor leaves the locales unreachable while others still use them.
 locale_t CachedLocale(const std::string &name) {
     static std::mutex lock;
-    static std::map<std::string, locale_t> cache;
+    static auto *cache = new std::map<std::string, locale_t>;
     std::lock_guard<std::mutex> guard(lock);
-    const auto found = cache.find(name);
-    if (found != cache.end())
+    const auto found = cache->find(name);
+    if (found != cache->end())
         return found->second;
     const locale_t made = LoadUtf8Locale(name);
-    cache.emplace(name, made);
+    cache->emplace(name, made);
     return made;
 }
 
