@@ -40,6 +40,7 @@
 // Configuration
 #include "tarnkit/cparamlineargs.h"
 #include "tarnkit/registry.h"
+#include "tarnkit/registryexport.h"
 #include "tarnkit/registrykeys/registrykeys.h"
 #include "tarnkit/senv.h"
 

@@ -1,0 +1,353 @@
+// The text form of the settings store: exact round trips, the notation an
+// administrator reads, refusal of malformed text without any change, and
+// all-or-nothing imports.
+#include "config/registrystore.h"
+#include "config/sqliteregistrystore.h"
+#include "tarnkit/registryexport.h"
+#include "support/testsupport.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+using namespace TarnkitA201;
+using Result = RegistryTransferResult;
+
+namespace {
+
+std::string Str(const SAnsiString &s) { return std::string(s.getString(), s.getLength()); }
+std::string Str(const SSimpleBuffer &b) {
+    const unsigned char *p = b;
+    return p == nullptr ? std::string() : std::string(reinterpret_cast<const char *>(p), b.getNBytes());
+}
+SSimpleBuffer Buf(const std::string &bytes) {
+    SSimpleBuffer b;
+    if (!bytes.empty())
+        b.append(reinterpret_cast<const unsigned char *>(bytes.data()), bytes.size());
+    return b;
+}
+
+struct StoredValue {
+    const char *key;
+    std::string name;
+    unsigned long type;
+    std::string bytes;
+};
+
+class RegistryExportTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char pattern[] = "/tmp/registryexport_test_XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        m_dir = pattern;
+        setenv("TARNKIT_REGISTRY_DIR", (m_dir + "/machine").c_str(), 1);
+        setenv("XDG_CONFIG_HOME", (m_dir + "/user").c_str(), 1);
+    }
+    void TearDown() override { std::filesystem::remove_all(m_dir); }
+
+    static void Put(const StoredValue &v, HKEY root = HKEY_LOCAL_MACHINE) {
+        RegistryTransferError error;
+        ASSERT_EQ(WriteRawValue(root, v.key, SAnsiString(v.name.c_str()), v.type, Buf(v.bytes), error), Result::Ok)
+            << Str(error.message);
+    }
+    static std::string Export(HKEY root = HKEY_LOCAL_MACHINE, const char *key = "") {
+        SAnsiString text;
+        RegistryTransferError error;
+        Result result = ExportKey(root, key, text, error);
+        return result == Result::Ok ? Str(text) : "export failed: " + Str(error.message);
+    }
+    static Result Import(const std::string &text, RegistryTransferError &error) {
+        return ImportText(SAnsiString(text.data(), text.size()), error);
+    }
+
+    std::string m_dir;
+    TarnkitTest::CapturingSink m_sink;
+};
+
+const std::string kHeader = "Tarnkit Registry Export 1\n";
+
+TEST_F(RegistryExportTest, TheNotationAnAdministratorReads) {
+    const char *key = "Software\\Ostrand Group\\10.5\\Logging";
+    Put({key, "MaxLogFileSize", 4, std::string("\x00\x00\x10\x00", 4)});
+    Put({key, "loggingPath", 1, std::string("/var/log/suite\0", 15)});
+    Put({key, "Expanded", 2, std::string("%HOME%/x\0", 9)});
+    Put({key, "Blob", 3, std::string("\x01\xff\x00", 3)});
+    Put({key, "Multi", 7, std::string("a\0b\0\0", 5)});
+    Put({key, "", 1, std::string("tab\there \"q\" back\\slash") + '\0'});
+    EXPECT_EQ(Export(HKEY_LOCAL_MACHINE, "Software\\Ostrand Group\\10.5"),
+              kHeader + "\n[HKEY_LOCAL_MACHINE\\Software\\Ostrand Group\\10.5]\n"
+                        "\n[HKEY_LOCAL_MACHINE\\Software\\Ostrand Group\\10.5\\Logging]\n"
+                        "\"MaxLogFileSize\"=dword:00100000\n"
+                        "\"loggingPath\"=\"/var/log/suite\"\n"
+                        "\"Expanded\"=expand:\"%HOME%/x\"\n"
+                        "\"Blob\"=hex:01,ff,00\n"
+                        "\"Multi\"=multi:\"a\",\"b\"\n"
+                        "@=\"tab\\there \\\"q\\\" back\\\\slash\"\n");
+
+    // Long lists wrap with a continuation; the one-value form matches.
+    std::string big(40, '\xab');
+    std::string line = Str(FormatRegistryValue("b", 3, Buf(big)));
+    EXPECT_NE(line.find(",\\\n  ab,"), std::string::npos);
+    for (size_t start = 0, end; start < line.size(); start = end + 1) {
+        end = line.find('\n', start);
+        end = end == std::string::npos ? line.size() : end;
+        EXPECT_LE(end - start, 76u);
+    }
+    EXPECT_EQ(Str(FormatRegistryKey(HKEY_CURRENT_USER, "A\\ b\\c\"")),
+              "[HKEY_CURRENT_USER\\A\\\" b\"\\\"c\\\"\"]");
+}
+
+TEST_F(RegistryExportTest, EveryValueAndNameSurvivesARoundTrip) {
+    TarnkitTest::ScopedLocale utf8("en_US.UTF-8");
+    ASSERT_TRUE(utf8.ok());
+    const std::vector<StoredValue> values = {
+        // Values are added out of alphabetical order: their order must hold.
+        {"Odd", "zeta", 1, std::string("text\0", 5)},
+        {"Odd", "alpha", 1, std::string("no terminator")},
+        {"Odd", "inner", 1, std::string("a\0b\0", 4)},
+        {"Odd", "empty text", 1, std::string("\0", 1)},
+        {"Odd", "no bytes", 1, std::string()},
+        {"Odd", "short dword", 4, std::string("\x01\x02", 2)},
+        {"Odd", "multi empty", 7, std::string("\0", 1)},
+        {"Odd", "multi empty item", 7, std::string("\0\0", 2)},
+        {"Odd", "multi gap", 7, std::string("a\0\0b\0\0", 6)},
+        {"Odd", "multi bare", 7, std::string("a\0b", 3)},
+        {"Odd", "none", 0, std::string("\x7f", 1)},
+        {"Odd", "wide type", 0x12345678abcdul, std::string("x")},
+        {"Odd", "long", 3, std::string(300, '\x5a')},
+        {"Odd", "controls \x01\x1f\x7f", 1, std::string("\r\n\t\x01\xc3\xa4\0", 7)},
+        {"Odd", "back\\slash \"quote\" = @ ;", 2, std::string("%PATH%\0", 7)},
+        {"Odd", "\xc3\xa4rger \xe2\x82\xac", 1, std::string("\xe2\x82\xac\0", 4)},
+        {"Odd\\ lead & trail ", "v", 1, std::string("1\0", 2)},
+        {"Odd\\new\nline\\tab\t", "v", 1, std::string("2\0", 2)},
+        {"Odd\\quote\"d\\bracket]", "v", 1, std::string("3\0", 2)},
+        {"Odd\\@\\-\\;comment", "v", 1, std::string("4\0", 2)},
+        {"Odd\\\xc3\x9f\\\x01", "v", 1, std::string("5\0", 2)},
+    };
+    for (const StoredValue &v : values)
+        Put(v);
+    Put({"Empty\\Key", "v", 4, std::string(4, '\0')});
+    RegistryTransferError error;
+    ASSERT_EQ(DeleteRawValue(HKEY_LOCAL_MACHINE, "Empty\\Key", "v", error), Result::Ok);
+    Put({"User", "u", 3, std::string("\x00", 1)}, HKEY_CURRENT_USER);
+
+    const std::string machine = Export(), user = Export(HKEY_CURRENT_USER);
+    ASSERT_EQ(DeleteKeyTree(HKEY_LOCAL_MACHINE, "Odd", true, error), Result::Ok) << Str(error.message);
+    ASSERT_EQ(DeleteKeyTree(HKEY_LOCAL_MACHINE, "Empty", true, error), Result::Ok);
+    ASSERT_EQ(DeleteKeyTree(HKEY_CURRENT_USER, "User", true, error), Result::Ok);
+    ASSERT_EQ(Export(), kHeader + "\n[HKEY_LOCAL_MACHINE]\n");
+
+    // One file may carry both roots.
+    ASSERT_EQ(Import(machine + user.substr(kHeader.size()), error), Result::Ok) << Str(error.message);
+    EXPECT_EQ(Export(), machine);
+    EXPECT_EQ(Export(HKEY_CURRENT_USER), user);
+    for (const StoredValue &v : values) {
+        unsigned long type = 0;
+        SSimpleBuffer bytes;
+        ASSERT_EQ(ReadRawValue(HKEY_LOCAL_MACHINE, v.key, SAnsiString(v.name.c_str()), type, bytes, error),
+                  Result::Ok)
+            << v.name;
+        EXPECT_EQ(type, v.type) << v.name;
+        EXPECT_EQ(Str(bytes), v.bytes) << v.name;
+    }
+    std::vector<SAnsiString> names;
+    ASSERT_EQ(ListSubKeys(HKEY_LOCAL_MACHINE, "Empty", names, error), Result::Ok);
+    ASSERT_EQ(names.size(), 1u);
+    EXPECT_EQ(Str(names[0]), "Key");
+}
+
+TEST_F(RegistryExportTest, HandWrittenFilesAreForgivenWhereHarmless) {
+    const std::string text = "\xef\xbb\xbf; written by hand\r\n"
+                             "\n"
+                             "  Tarnkit Registry Export 1  \r\n"
+                             "# keys may use the short root names\n"
+                             "[hklm\\App]\r\n"
+                             "  \"Text\" = \"x\"   \n"
+                             "\"Number\"=DWORD:2A\n"
+                             "\"List\"=multi:\"a\",  \\\n"
+                             "      \"b\"\n"
+                             "\"Bytes\"=hex: 01 , 02,\\\n"
+                             "  03\n"
+                             "\"\"=hex(4):05,00,00,00\n"
+                             "[HKCU\\App]\n"
+                             "\"Other\"=expand:\"%X%\"\n";
+    RegistryTransferError error;
+    ASSERT_EQ(Import(text, error), Result::Ok) << Str(error.message);
+    EXPECT_EQ(Export(HKEY_LOCAL_MACHINE, "App"), kHeader + "\n[HKEY_LOCAL_MACHINE\\App]\n"
+                                                           "\"Text\"=\"x\"\n"
+                                                           "\"Number\"=dword:0000002a\n"
+                                                           "\"List\"=multi:\"a\",\"b\"\n"
+                                                           "\"Bytes\"=hex:01,02,03\n"
+                                                           "@=dword:00000005\n");
+    EXPECT_EQ(Export(HKEY_CURRENT_USER, "App"), kHeader + "\n[HKEY_CURRENT_USER\\App]\n\"Other\"=expand:\"%X%\"\n");
+
+    // Deletions: a value, a whole tree, and things already absent.
+    ASSERT_EQ(Import(kHeader + "[HKLM\\App\\Sub\\Deeper]\n\"v\"=\"1\"\n", error), Result::Ok);
+    ASSERT_EQ(Import(kHeader + "[HKLM\\App]\n\"Text\"=-\n\"never\"=-\n[-HKLM\\App\\Sub]\n[-HKLM\\Absent]\n", error),
+              Result::Ok)
+        << Str(error.message);
+    EXPECT_EQ(Export(HKEY_LOCAL_MACHINE, "App").find("Text"), std::string::npos);
+    EXPECT_EQ(Export(HKEY_LOCAL_MACHINE, "App").find("Sub"), std::string::npos);
+
+    // Files: a missing one is "not found"; every byte of a real one is read.
+    EXPECT_EQ(ImportFile(SAnsiString((m_dir + "/none.reg").c_str()), error), Result::NotFound);
+    const std::string file = m_dir + "/app.reg";
+    ASSERT_EQ(ExportKeyToFile(HKEY_LOCAL_MACHINE, "App", SAnsiString(file.c_str()), error), Result::Ok);
+    ASSERT_EQ(DeleteKeyTree(HKEY_LOCAL_MACHINE, "App", true, error), Result::Ok);
+    std::ofstream(file, std::ios::app).write("\"nul\"=\"a\0b\"\n", 12);
+    ASSERT_EQ(ImportFile(SAnsiString(file.c_str()), error), Result::Ok) << Str(error.message);
+    EXPECT_NE(Export(HKEY_LOCAL_MACHINE, "App").find("\"nul\"=\"a\\x00b\""), std::string::npos);
+}
+
+TEST_F(RegistryExportTest, MalformedTextIsRefusedWithItsLineAndChangesNothing) {
+    Put({"Keep", "v", 1, std::string("old\0", 4)});
+    const std::string before = Export();
+    struct Case {
+        std::string text;
+        unsigned long line;
+        const char *says;
+    };
+    const std::string good = kHeader + "[HKLM\\Keep]\n\"v\"=\"new\"\n[HKLM\\New]\n\"w\"=\"1\"\n";  // lines 1-5
+    const std::vector<Case> cases = {
+        {"", 1, "the file is empty"},
+        {"[HKLM\\Keep]\n", 1, "must start with the line \"Tarnkit Registry Export 1\""},
+        {"Tarnkit Registry Export 2\n", 1, "version 2 is not known"},
+        {kHeader + "\"v\"=\"1\"\n", 2, "a value line before any key"},
+        {good + "[HKEY_USERS\\x]\n", 6, "unknown root \"HKEY_USERS\""},
+        {good + "[HKLM\\a\\\\b]\n", 6, "empty name"},
+        {good + "[HKLM\\a\n", 6, "must end with ']'"},
+        {good + "[HKLM\\\"a\\\\b\"]\n", 6, "cannot contain a backslash"},
+        {good + "[HKLM\\\"a\\x00\"]\n", 6, "cannot contain a NUL"},
+        {good + "[-HKLM]\n", 6, "a root cannot be deleted"},
+        {good + "[-HKLM\\New]\n\"x\"=\"1\"\n", 7, "under a key being deleted"},
+        {good + "\"x\" \"1\"\n", 6, "expected '='"},
+        {good + "\"x\"=\n", 6, "expected a value after '='"},
+        {good + "\"x=\"1\"\n", 6, "expected '='"},
+        {good + "\"x\"=\"1\n", 6, "no closing '\"'"},
+        {good + "\"x\"=\"\\q\"\n", 6, "unknown escape \\q"},
+        {good + "\"x\"=\"\\x4\"\n", 6, "two hex digits"},
+        {good + "\"\\x00\"=\"1\"\n", 6, "cannot contain a NUL"},
+        {good + "\"x\"=\"1\" extra\n", 6, "unexpected text after the value"},
+        {good + "\"x\"=dword:123456789\n", 6, "at most 8 hex digits"},
+        {good + "\"x\"=dword:\n", 6, "expected hex digits"},
+        {good + "\"x\"=hex:1,2\n", 6, "two hex digits"},
+        {good + "\"x\"=hex:01,\n", 6, "two hex digits"},
+        {good + "\"x\"=hex:01,\\\n", 6, "past the end of the file"},
+        {good + "\"x\"=hex:01,\\\n\n", 7, "two hex digits"},
+        {good + "\"x\"=hex(1:01\n", 6, "')'"},
+        {good + "\"x\"=hex(12345678901234567):01\n", 6, "at most 16 hex digits"},
+        {good + "\"x\"=multi:a\n", 6, "quoted string"},
+        {good + "\"x\"=word:1\n", 6, "unknown value kind \"word\""},
+        {good + "\"x\"=1\n", 6, "a quoted string or one of"},
+        {good + "garbage\n", 6, "expected a key in brackets"},
+    };
+    for (const Case &c : cases) {
+        RegistryTransferError error;
+        EXPECT_EQ(Import(c.text, error), Result::Invalid) << c.text;
+        EXPECT_EQ(error.line, c.line) << c.text;
+        EXPECT_NE(Str(error.message).find(c.says), std::string::npos) << c.text << " -> " << Str(error.message);
+        EXPECT_EQ(Str(error.message).rfind("line " + std::to_string(c.line) + ": ", 0), 0u) << Str(error.message);
+        EXPECT_EQ(Export(), before) << c.text;
+    }
+    EXPECT_FALSE(std::filesystem::exists(m_dir + "/user"));
+}
+
+// Passes everything to the real store but refuses to write one value name,
+// as a full disk or a lost permission would half-way through a file.
+class FailingStore : public IRegistryStore {
+public:
+    IRegistryStore &real = SqliteRegistryStore();
+    long OpenKey(HKEY r, const char *p, unsigned long a, HKEY *k) override { return real.OpenKey(r, p, a, k); }
+    long CreateKey(HKEY r, const char *p, unsigned long a, HKEY *k, unsigned long *d) override {
+        return real.CreateKey(r, p, a, k, d);
+    }
+    long CloseKey(HKEY k) override { return real.CloseKey(k); }
+    long QueryValue(HKEY k, const char *n, unsigned long *t, unsigned char *d, unsigned long *s) override {
+        return real.QueryValue(k, n, t, d, s);
+    }
+    long SetValue(HKEY k, const char *n, unsigned long t, const unsigned char *d, unsigned long s) override {
+        return std::string(n) == "refused" ? 112 : real.SetValue(k, n, t, d, s);
+    }
+    long DeleteValue(HKEY k, const char *n) override { return real.DeleteValue(k, n); }
+    long EnumKey(HKEY k, uint32_t i, char *n, unsigned long *l) override { return real.EnumKey(k, i, n, l); }
+    long EnumValue(HKEY k, uint32_t i, char *n, unsigned long *l, unsigned long *t, unsigned char *d,
+                   unsigned long *s) override {
+        return real.EnumValue(k, i, n, l, t, d, s);
+    }
+    long DeleteKey(HKEY r, const char *p) override { return real.DeleteKey(r, p); }
+    long BeginTransaction(HKEY r) override { return real.BeginTransaction(r); }
+    long CommitTransaction(HKEY r) override { return real.CommitTransaction(r); }
+    long RollbackTransaction(HKEY r) override { return real.RollbackTransaction(r); }
+    long ConnectRemote(const char *m, HKEY r, HKEY *k) override { return real.ConnectRemote(m, r, k); }
+};
+
+TEST_F(RegistryExportTest, AStoreFailureUndoesTheWholeImport) {
+    Put({"Keep", "v", 1, std::string("old\0", 4)});
+    Put({"Keep\\Child", "c", 1, std::string("kid\0", 4)});
+    Put({"Mine", "u", 1, std::string("user\0", 5)}, HKEY_CURRENT_USER);
+    const std::string machine = Export(), user = Export(HKEY_CURRENT_USER);
+
+    FailingStore failing;
+    IRegistryStore *previous = SetRegistryStore(&failing);
+    RegistryTransferError error;
+    Result result = Import(kHeader + "[HKCU\\Mine]\n\"u\"=\"changed\"\n"
+                                     "[HKLM\\Keep]\n\"v\"=\"new\"\n\"gone\"=-\n[-HKLM\\Keep\\Child]\n"
+                                     "[HKLM\\Brand\\New]\n\"ok\"=dword:1\n\"refused\"=\"x\"\n\"after\"=\"y\"\n",
+                           error);
+    SetRegistryStore(previous);
+    EXPECT_EQ(result, Result::StoreFailure);
+    EXPECT_EQ(error.line, 10u);
+    EXPECT_EQ(Str(error.message), "line 10: cannot write the value \"refused\": the disk is full");
+    EXPECT_EQ(Export(), machine);
+    EXPECT_EQ(Export(HKEY_CURRENT_USER), user);
+
+    // Once the store takes everything, all of it lands.
+    ASSERT_EQ(Import(kHeader + "[HKLM\\Keep]\n\"v\"=\"new\"\n[-HKLM\\Keep\\Child]\n", error), Result::Ok);
+    EXPECT_EQ(Export(HKEY_LOCAL_MACHINE, "Keep"), kHeader + "\n[HKEY_LOCAL_MACHINE\\Keep]\n\"v\"=\"new\"\n");
+}
+
+TEST_F(RegistryExportTest, ValueAndKeyOperationsAnswerPrecisely) {
+    RegistryTransferError error;
+    unsigned long type = 0;
+    SSimpleBuffer bytes;
+    SAnsiString text;
+    std::vector<SAnsiString> names;
+    EXPECT_EQ(ReadRawValue(HKEY_LOCAL_MACHINE, "None", "v", type, bytes, error), Result::NotFound);
+    EXPECT_EQ(Str(error.message), "cannot open HKEY_LOCAL_MACHINE\\None: not found");
+    EXPECT_EQ(ExportKey(HKEY_LOCAL_MACHINE, "None", text, error), Result::NotFound);
+    EXPECT_EQ(ExportKey(HKEY_USERS, "", text, error), Result::Invalid);
+    EXPECT_EQ(ListSubKeys(HKEY_LOCAL_MACHINE, "None", names, error), Result::NotFound);
+    EXPECT_EQ(DeleteKeyTree(HKEY_LOCAL_MACHINE, "None", true, error), Result::NotFound);
+
+    Put({"Tree\\A\\B", "v", 1, std::string("1\0", 2)});
+    EXPECT_EQ(ReadRawValue(HKEY_LOCAL_MACHINE, "\\tree\\a\\b\\", "V", type, bytes, error), Result::Ok);
+    EXPECT_EQ(ReadRawValue(HKEY_LOCAL_MACHINE, "Tree\\A\\B", "w", type, bytes, error), Result::NotFound);
+    EXPECT_EQ(ReadRawValue(HKEY_LOCAL_MACHINE, "Tree\\\\B", "v", type, bytes, error), Result::Invalid);
+    EXPECT_EQ(DeleteRawValue(HKEY_LOCAL_MACHINE, "Tree\\A\\B", "w", error), Result::NotFound);
+    EXPECT_EQ(DeleteKeyTree(HKEY_LOCAL_MACHINE, "", true, error), Result::Invalid);
+    EXPECT_EQ(DeleteKeyTree(HKEY_LOCAL_MACHINE, "Tree", false, error), Result::Invalid);
+    EXPECT_NE(Str(error.message).find("it has subkeys"), std::string::npos);
+    EXPECT_EQ(DeleteKeyTree(HKEY_LOCAL_MACHINE, "Tree\\A\\B", false, error), Result::Ok);
+    EXPECT_EQ(DeleteKeyTree(HKEY_LOCAL_MACHINE, "Tree", true, error), Result::Ok);
+    EXPECT_EQ(Export(), kHeader + "\n[HKEY_LOCAL_MACHINE]\n");
+
+    // A non-recursive export is the key and its values alone.
+    Put({"Top\\Sub", "s", 1, std::string("1\0", 2)});
+    Put({"Top", "t", 1, std::string("2\0", 2)});
+    ASSERT_EQ(ExportKey(HKEY_LOCAL_MACHINE, "Top", text, error, false), Result::Ok);
+    EXPECT_EQ(Str(text), kHeader + "\n[HKEY_LOCAL_MACHINE\\Top]\n\"t\"=\"2\"\n");
+
+    HKEY root = nullptr;
+    EXPECT_TRUE(ParseRegistryRoot("hkcu", root));
+    EXPECT_EQ(root, HKEY_CURRENT_USER);
+    EXPECT_TRUE(ParseRegistryRoot("HKEY_LOCAL_MACHINE", root));
+    EXPECT_EQ(root, HKEY_LOCAL_MACHINE);
+    EXPECT_FALSE(ParseRegistryRoot("HKEY_USERS", root));
+}
+
+} // namespace
