@@ -1,35 +1,25 @@
-#include "strings/numbertext.h"
 #include "tarnkit/sarray.h"
+#include "tarnkit/sstringconv.h"
 #include "tarnkit/sstringimpl.h"
 
 namespace TarnkitA201 {
 
 namespace {
 
-using NumberText::kNumberTextSize;
-
-template <class S>
-S &AppendAscii(S &s, const char *text, size_t n) {
-    s.concatFromAscii(text, n);
+// Numbers go in base 10 through the integer writer, straight into the
+// string's own unit type.
+template <class S, class T>
+S &AppendInteger(S &s, T value) {
+    typename S::UnitType text[72];
+    s.concat(text, StringConvFromInteger(text, value, 10));
     return s;
 }
 
-template <class S>
-S &AppendSigned(S &s, long long value) {
-    char text[kNumberTextSize];
-    return AppendAscii(s, text, NumberText::FromSigned(value, text));
-}
-
-template <class S>
-S &AppendUnsigned(S &s, unsigned long long value) {
-    char text[kNumberTextSize];
-    return AppendAscii(s, text, NumberText::FromUnsigned(value, text));
-}
-
+// Doubles with six digits behind the point, in the C library's "%#.*f".
 template <class S>
 S &AppendDouble(S &s, double value) {
-    char text[kNumberTextSize];
-    return AppendAscii(s, text, NumberText::FromDouble(value, 6, text));
+    s += SStringConvOf<S>::ToString(value, 6);
+    return s;
 }
 
 } // namespace
@@ -43,13 +33,13 @@ SAnsiString &operator<<(SAnsiString &s, const char *x) {
         s += x;
     return s;
 }
-SAnsiString &operator<<(SAnsiString &s, short x) { return AppendSigned(s, x); }
-SAnsiString &operator<<(SAnsiString &s, unsigned short x) { return AppendUnsigned(s, x); }
-SAnsiString &operator<<(SAnsiString &s, int x) { return AppendSigned(s, x); }
-SAnsiString &operator<<(SAnsiString &s, unsigned int x) { return AppendUnsigned(s, x); }
-SAnsiString &operator<<(SAnsiString &s, long x) { return AppendSigned(s, x); }
-SAnsiString &operator<<(SAnsiString &s, unsigned long x) { return AppendUnsigned(s, x); }
-SAnsiString &operator<<(SAnsiString &s, __int64 x) { return AppendSigned(s, x); }
+SAnsiString &operator<<(SAnsiString &s, short x) { return AppendInteger(s, x); }
+SAnsiString &operator<<(SAnsiString &s, unsigned short x) { return AppendInteger(s, x); }
+SAnsiString &operator<<(SAnsiString &s, int x) { return AppendInteger(s, x); }
+SAnsiString &operator<<(SAnsiString &s, unsigned int x) { return AppendInteger(s, x); }
+SAnsiString &operator<<(SAnsiString &s, long x) { return AppendInteger(s, x); }
+SAnsiString &operator<<(SAnsiString &s, unsigned long x) { return AppendInteger(s, x); }
+SAnsiString &operator<<(SAnsiString &s, __int64 x) { return AppendInteger(s, x); }
 SAnsiString &operator<<(SAnsiString &s, double x) { return AppendDouble(s, x); }
 
 SWCharString &operator<<(SWCharString &s, const SWCharString &x) {
@@ -61,13 +51,13 @@ SWCharString &operator<<(SWCharString &s, const unsigned short *x) {
         s += x;
     return s;
 }
-SWCharString &operator<<(SWCharString &s, short x) { return AppendSigned(s, x); }
-SWCharString &operator<<(SWCharString &s, unsigned short x) { return AppendUnsigned(s, x); }
-SWCharString &operator<<(SWCharString &s, int x) { return AppendSigned(s, x); }
-SWCharString &operator<<(SWCharString &s, unsigned int x) { return AppendUnsigned(s, x); }
-SWCharString &operator<<(SWCharString &s, long x) { return AppendSigned(s, x); }
-SWCharString &operator<<(SWCharString &s, unsigned long x) { return AppendUnsigned(s, x); }
-SWCharString &operator<<(SWCharString &s, __int64 x) { return AppendSigned(s, x); }
+SWCharString &operator<<(SWCharString &s, short x) { return AppendInteger(s, x); }
+SWCharString &operator<<(SWCharString &s, unsigned short x) { return AppendInteger(s, x); }
+SWCharString &operator<<(SWCharString &s, int x) { return AppendInteger(s, x); }
+SWCharString &operator<<(SWCharString &s, unsigned int x) { return AppendInteger(s, x); }
+SWCharString &operator<<(SWCharString &s, long x) { return AppendInteger(s, x); }
+SWCharString &operator<<(SWCharString &s, unsigned long x) { return AppendInteger(s, x); }
+SWCharString &operator<<(SWCharString &s, __int64 x) { return AppendInteger(s, x); }
 SWCharString &operator<<(SWCharString &s, double x) { return AppendDouble(s, x); }
 
 size_t SplitString(SAnsiString text, SIArray<SAnsiString> &pieces, SChar_t<char, 0> separator) {
