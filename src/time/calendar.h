@@ -111,14 +111,34 @@ namespace TarnkitA201::Calendar {
 struct Tables {
     static constexpr int kFirstYear = 1600; // the start of a 400-year cycle
     static constexpr int kYears = 1000;     // to 2599
+    // Days fall into buckets of 2^kBucketShift, short enough that a bucket
+    // touches at most two years: the bucket names the earlier one and the
+    // offset in the bucket where the next begins (the bucket's size if it
+    // does not), so that finding the year is one load and one comparison.
+    static constexpr int kBucketShift = 8;
+    static constexpr int kBucketDays = 1 << kBucketShift;
+    static constexpr int kBuckets = (kYears * 366 >> kBucketShift) + 1;
+    struct Bucket {
+        uint16_t year;
+        uint16_t nextYearAt;
+    };
     int32_t yearStart[kYears + 1];          // day number of January 1
+    Bucket buckets[kBuckets];
     uint16_t daysBefore[2][13];             // [leap][month - 1]; [12] is the year's length
     uint8_t monthOf[2][366];                // [leap][day of the year]
     uint8_t dayOf[2][366];
 
-    constexpr Tables() noexcept : yearStart{}, daysBefore{}, monthOf{}, dayOf{} {
+    constexpr Tables() noexcept : yearStart{}, buckets{}, daysBefore{}, monthOf{}, dayOf{} {
         for (int i = 0; i <= kYears; ++i)
             yearStart[i] = static_cast<int32_t>(YMDToDay(kFirstYear + i, 1, 1));
+        int year = 0;
+        for (int b = 0; b < kBuckets; ++b) {
+            const __int64 first = yearStart[0] + static_cast<__int64>(b) * kBucketDays;
+            while (year < kYears - 1 && yearStart[year + 1] <= first)
+                ++year;
+            const __int64 next = year + 1 < kYears ? yearStart[year + 1] - first : kBucketDays;
+            buckets[b] = Bucket{static_cast<uint16_t>(year), static_cast<uint16_t>(next < kBucketDays ? next : kBucketDays)};
+        }
         for (int leap = 0; leap < 2; ++leap) {
             int total = 0;
             for (int m = 1; m <= 12; ++m) {
@@ -141,16 +161,11 @@ struct Tables {
     constexpr bool leapAt(int index) const noexcept { return yearStart[index + 1] - yearStart[index] == 366; }
 
     // Index of the year holding dayNumber, which coversDay() must accept.
+    // Branch-free, as the year of a stream of moments is unpredictable.
     constexpr int indexOf(__int64 dayNumber) const noexcept {
-        // The mean Gregorian year places the estimate within one year.
-        int i = static_cast<int>(((dayNumber - yearStart[0]) * 400) / 146097);
-        if (i >= kYears)
-            i = kYears - 1;
-        while (yearStart[i] > dayNumber)
-            --i;
-        while (yearStart[i + 1] <= dayNumber)
-            ++i;
-        return i;
+        const int offset = static_cast<int>(dayNumber - yearStart[0]);
+        const Bucket b = buckets[offset >> kBucketShift];
+        return b.year + ((offset & (kBucketDays - 1)) >= b.nextYearAt ? 1 : 0);
     }
 };
 

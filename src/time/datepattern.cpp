@@ -1,92 +1,30 @@
 // The pattern engine of SDateTime::Format. A run of one field letter is one
 // field; everything else is literal text, with ' and " quoting runs that may
-// hold field letters. Formatting runs on every log line, so the text is
-// built in a stack buffer and turned into a string once.
+// hold field letters. Formatting runs on every log line, so a pattern is
+// compiled once into a short list of steps, kept per thread by its text, and
+// each result is written straight into one string allocated at its final
+// size (give or take a few bytes of the widest numbers).
 
-#include "tarnkit/sdatetime.h"
+#include "time/datepattern.h"
 
 #include "tarnkit/stimezone.h"
 #include "time/calendar.h"
 #include "time/datenames.h"
 #include "time/zonecore.h"
 
+#include <array>
 #include <cstring>
+#include <langinfo.h>
 
 namespace TarnkitA201 {
+
+namespace DatePattern {
 
 namespace {
 
 constexpr char kDigitPairs[] = "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
                                "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
                                "8081828384858687888990919293949596979899";
-
-class TextBuilder {
-public:
-    void put(char c) {
-        if (m_used == sizeof m_buffer)
-            spill();
-        m_buffer[m_used++] = c;
-    }
-    void put(const char *p, size_t n) {
-        if (n > sizeof m_buffer - m_used) {
-            spill();
-            if (n > sizeof m_buffer) {
-                m_spilled.concat(p, n);
-                return;
-            }
-        }
-        std::memcpy(m_buffer + m_used, p, n);
-        m_used += n;
-    }
-    void put(const SAnsiString &s) { put(s.getString(), s.getLength()); }
-
-    void number(__int64 value) {
-        char digits[24];
-        size_t n = 0;
-        __uint64 magnitude = value < 0 ? 0 - static_cast<__uint64>(value) : static_cast<__uint64>(value);
-        do {
-            digits[n++] = static_cast<char>('0' + magnitude % 10);
-            magnitude /= 10;
-        } while (magnitude != 0);
-        if (value < 0)
-            put('-');
-        while (n > 0)
-            put(digits[--n]);
-    }
-    // Two digits for 0 to 99; other values as plain numbers.
-    void twoDigits(int value) {
-        if (value < 0 || value > 99) {
-            number(value);
-            return;
-        }
-        put(kDigitPairs + 2 * value, 2);
-    }
-    void threeDigits(int value) {
-        if (value < 0 || value > 999) {
-            number(value);
-            return;
-        }
-        put(static_cast<char>('0' + value / 100));
-        twoDigits(value % 100);
-    }
-
-    SAnsiString finish() {
-        if (m_spilled.isEmpty())
-            return SAnsiString(m_buffer, m_used);
-        spill();
-        return m_spilled;
-    }
-
-private:
-    void spill() {
-        m_spilled.concat(m_buffer, m_used);
-        m_used = 0;
-    }
-
-    char m_buffer[200];
-    size_t m_used = 0;
-    SAnsiString m_spilled;
-};
 
 bool IsFieldLetter(char c) {
     switch (c) {
@@ -114,140 +52,564 @@ size_t CountChars(const char *p) {
     return n;
 }
 
-// Copies literal text up to the next field letter; returns where it stopped.
-const char *FormatLiteral(const char *p, TextBuilder &out) {
-    while (*p != 0 && !IsFieldLetter(*p)) {
-        if (*p == '\'' || *p == '"') {
+Step StepFor(char letter, size_t run) {
+    switch (letter) {
+    case 'd':
+        return run == 1 ? Step::Day : run == 2 ? Step::Day2 : run == 3 ? Step::ShortDayName : Step::LongDayName;
+    case 'M':
+        return run == 1 ? Step::Month : run == 2 ? Step::Month2 : run == 3 ? Step::ShortMonthName
+                                                                            : Step::LongMonthName;
+    case 'y':
+        return run == 1 ? Step::YearOfCentury : run == 2 ? Step::YearOfCentury2 : Step::Year;
+    case 'g':
+        return Step::Era;
+    case 'h':
+        return run == 1 ? Step::Hour12 : Step::Hour12_2;
+    case 'H':
+        return run == 1 ? Step::Hour : Step::Hour2;
+    case 'm':
+        return run == 1 ? Step::Minute : Step::Minute2;
+    case 's':
+        return run == 1 ? Step::Second : Step::Second2;
+    case 'S':
+        return run == 1 ? Step::Millisecond : Step::Millisecond3;
+    default: // 't'
+        return run == 1 ? Step::ShortAM : Step::LongAM;
+    }
+}
+
+// The most bytes a number step can write. The day and month are held in a
+// byte as the getters give them, and can read up to 255 for day numbers far
+// outside the calendar; times of day built from raw values need not lie
+// within the day, so the time fields reach beyond two digits.
+size_t WidestText(Step step) {
+    switch (step) {
+    case Step::Day: case Step::Day2: case Step::Month: case Step::Month2:
+        return 3; // up to 255
+    case Step::YearOfCentury: case Step::YearOfCentury2: case Step::Hour12: case Step::Hour12_2:
+    case Step::Minute: case Step::Minute2: case Step::Second: case Step::Second2:
+        return 3; // down to -99, -11 and -59
+    case Step::Hour: case Step::Hour2: case Step::Millisecond: case Step::Millisecond3:
+        return 4; // down to -596 and -999
+    case Step::Year:
+        return 6; // -32768
+    default:
+        return 0; // names are measured when formatting
+    }
+}
+
+bool IsName(Step step) {
+    switch (step) {
+    case Step::ShortDayName: case Step::LongDayName: case Step::ShortMonthName: case Step::LongMonthName:
+    case Step::Era: case Step::ShortAM: case Step::LongAM:
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
+void Compiled::clear() {
+    literals.assign(kLiteralPadding, '\0');
+    steps.clear();
+    fixedBound = 0;
+    names = 0;
+}
+
+void Compiled::addLiteral(const char *p, size_t n) {
+    if (n == 0)
+        return;
+    if (steps.empty() || steps.back().step != Step::Literal)
+        steps.push_back(Op{Step::Literal, static_cast<uint32_t>(literals.size() - kLiteralPadding), 0});
+    // The padding stays at the end, so that a literal can be copied in
+    // fixed-size chunks without reading past the store.
+    literals.insert(literals.size() - kLiteralPadding, p, n);
+    steps.back().length += static_cast<uint32_t>(n);
+    fixedBound += n;
+}
+
+void Compiled::buildTemplate() {
+    fixedWidth = false;
+    templateText.clear();
+    patches.clear();
+    auto patch = [this](Value value, uint8_t digits) {
+        patches.push_back(Patch{static_cast<uint16_t>(templateText.size()), value});
+        templateText.append(digits, '0');
+    };
+    for (const Op &op : steps) {
+        switch (op.step) {
+        case Step::Literal:
+            templateText.append(literals, op.offset, op.length);
+            break;
+        case Step::Day2:
+            patch(Day, 2);
+            break;
+        case Step::Month2:
+            patch(Month, 2);
+            break;
+        case Step::YearOfCentury2:
+            patch(YearLow, 2);
+            break;
+        case Step::Year:
+            patch(YearHigh, 2);
+            patch(YearLow, 2);
+            break;
+        case Step::Hour2:
+            patch(Hour, 2);
+            break;
+        case Step::Hour12_2:
+            patch(Hour12, 2);
+            break;
+        case Step::Minute2:
+            patch(Minute, 2);
+            break;
+        case Step::Second2:
+            patch(Second, 2);
+            break;
+        case Step::Millisecond3:
+            // Two overlapping pairs, milliseconds / 10 and % 100, which agree
+            // on the middle digit.
+            patch(MsTens, 2);
+            templateText.pop_back();
+            patch(MsLow, 2);
+            break;
+        default:
+            return; // a field of varying width
+        }
+        if (templateText.size() > UINT16_MAX)
+            return;
+    }
+    templateText.append(kLiteralPadding, '\0');
+    fixedWidth = true;
+}
+
+void Compiled::addField(Step step) {
+    steps.push_back(Op{step, 0, 0});
+    fixedBound += WidestText(step);
+    if (IsName(step))
+        ++names;
+}
+
+void Compile(const char *pattern, Compiled &out) {
+    out.clear();
+    const char *p = pattern;
+    while (*p != 0) {
+        if (IsFieldLetter(*p)) {
+            const size_t run = CountChars(p);
+            out.addField(StepFor(*p, run));
+            p += run;
+        } else if (*p == '\'' || *p == '"') {
             const char quote = *p++;
             const char *from = p;
             while (*p != 0 && *p != quote)
                 p += CharacterLength(p);
-            out.put(from, static_cast<size_t>(p - from));
+            out.addLiteral(from, static_cast<size_t>(p - from));
             if (*p == quote)
                 ++p; // an unclosed quote simply took the rest
-            continue;
+        } else {
+            const size_t n = CharacterLength(p);
+            out.addLiteral(p, n);
+            p += n;
         }
-        const size_t n = CharacterLength(p);
-        out.put(p, n);
-        p += n;
     }
-    return p;
+    out.buildTemplate();
 }
 
-// The civil fields of the moment in the zone, each half only when valid.
-struct CivilMoment {
-    bool hasDate = false;
-    bool hasTime = false;
-    int year = 0, month = 0, day = 0, dayOfWeek = 0;
-    int hour = 0, minute = 0, second = 0, millisecond = 0;
+// ---- The per-thread cache ----
+
+namespace {
+
+// Compiled patterns of one thread, looked up by their text. An ASCII
+// pattern compiles the same way in every locale; any other is read by the
+// locale's multibyte encoding, which is then part of its key.
+class PatternCache {
+public:
+    // Null for a pattern too long to keep.
+    const Compiled *get(const char *pattern) {
+        if (m_slots[m_last].matches(pattern))
+            return &m_slots[m_last].compiled;
+        for (size_t i = 0; i < kSlots; ++i) {
+            if (m_slots[i].matches(pattern)) {
+                m_last = i;
+                return &m_slots[i].compiled;
+            }
+        }
+        const Kind kind = KindOf(pattern);
+        if (kind == Kind::TooLong)
+            return nullptr;
+        Slot &slot = m_slots[m_next];
+        m_last = m_next;
+        m_next = (m_next + 1) % kSlots;
+        slot.used = false; // until compiled, should compiling throw
+        slot.text.assign(pattern);
+        slot.multibyte = kind == Kind::Multibyte;
+        slot.codeset.assign(slot.multibyte ? CurrentCodeset() : "");
+        Compile(pattern, slot.compiled);
+        slot.used = true;
+        return &slot.compiled;
+    }
+
+private:
+    static constexpr size_t kSlots = 8;
+    static constexpr size_t kLongestKept = 256;
+
+    enum class Kind { Ascii, Multibyte, TooLong };
+
+    static const char *CurrentCodeset() {
+        const char *codeset = nl_langinfo(CODESET);
+        return codeset != nullptr ? codeset : "";
+    }
+
+    struct Slot {
+        bool used = false;
+        std::string text;
+        bool multibyte = false;
+        std::string codeset; // the encoding a multibyte pattern was read in
+        Compiled compiled;
+
+        bool matches(const char *pattern) const {
+            return used && std::strcmp(text.c_str(), pattern) == 0 && (!multibyte || codeset == CurrentCodeset());
+        }
+    };
+
+    static Kind KindOf(const char *pattern) {
+        Kind kind = Kind::Ascii;
+        for (size_t n = 0; n <= kLongestKept; ++n) {
+            const unsigned char c = static_cast<unsigned char>(pattern[n]);
+            if (c == 0)
+                return kind;
+            if (c >= 0x80)
+                kind = Kind::Multibyte;
+        }
+        return Kind::TooLong;
+    }
+
+    std::array<Slot, kSlots> m_slots;
+    size_t m_last = 0;
+    size_t m_next = 0;
 };
 
+// The thread's cache lives behind a plain pointer, so that a Format called
+// while the thread's objects are being destroyed (or from the destructor of a
+// static at exit) finds it gone and compiles without it instead of using a
+// destroyed object. While a Format fetches names, which may run code that
+// formats dates itself, the cache is busy: the inner Format compiles its own
+// copy rather than evict the pattern the outer one is walking.
+struct CacheSlot {
+    PatternCache *cache;
+    bool retired;
+    bool busy;
+};
+thread_local CacheSlot t_cacheSlot{nullptr, false, false};
+
+struct CacheOwner {
+    ~CacheOwner() {
+        delete t_cacheSlot.cache;
+        t_cacheSlot.cache = nullptr;
+        t_cacheSlot.retired = true;
+    }
+};
+
+PatternCache *ThreadCache() {
+    if (t_cacheSlot.cache != nullptr || t_cacheSlot.retired)
+        return t_cacheSlot.cache;
+    thread_local CacheOwner owner; // frees the cache when the thread ends
+    (void)owner;
+    t_cacheSlot.cache = new PatternCache;
+    return t_cacheSlot.cache;
+}
+
 } // namespace
+
+const Compiled *Lookup(const char *pattern) {
+    if (t_cacheSlot.busy)
+        return nullptr;
+    PatternCache *cache = ThreadCache();
+    return cache != nullptr ? cache->get(pattern) : nullptr;
+}
+
+CacheBusy::CacheBusy() noexcept : m_wasBusy(t_cacheSlot.busy) { t_cacheSlot.busy = true; }
+CacheBusy::~CacheBusy() { t_cacheSlot.busy = m_wasBusy; }
+
+// ---- Writing ----
+
+namespace {
+
+// A string written in place: storage for an upper bound, then the length used.
+class ResultText : public SAnsiString {
+public:
+    char *open(size_t bound) { return beginWrite(bound); }
+    void close(size_t length) noexcept { endWrite(length); }
+};
+
+// Up to this many bytes of literal text are copied as one fixed-size move;
+// the literal store and the result each keep that much room past their end.
+constexpr size_t kLiteralChunk = Compiled::kLiteralPadding;
+
+char *PutPair(char *out, int value) {
+    std::memcpy(out, kDigitPairs + 2 * value, 2);
+    return out + 2;
+}
+
+char *PutNumber(char *out, int value) {
+    if (value >= 0 && value < 10) {
+        *out = static_cast<char>('0' + value);
+        return out + 1;
+    }
+    if (value >= 10 && value < 100)
+        return PutPair(out, value);
+    if (value >= 1000 && value < 10000) // a year
+        return PutPair(PutPair(out, value / 100), value % 100);
+    char digits[12];
+    size_t n = 0;
+    unsigned magnitude = value < 0 ? 0u - static_cast<unsigned>(value) : static_cast<unsigned>(value);
+    do {
+        digits[n++] = static_cast<char>('0' + magnitude % 10);
+        magnitude /= 10;
+    } while (magnitude != 0);
+    if (value < 0)
+        *out++ = '-';
+    while (n > 0)
+        *out++ = digits[--n];
+    return out;
+}
+
+// Two digits for 0 to 99; other values as plain numbers.
+char *PutTwoDigits(char *out, int value) {
+    if (static_cast<unsigned>(value) > 99)
+        return PutNumber(out, value);
+    return PutPair(out, value);
+}
+
+char *PutThreeDigits(char *out, int value) {
+    if (static_cast<unsigned>(value) > 999)
+        return PutNumber(out, value);
+    *out = static_cast<char>('0' + value / 100);
+    return PutPair(out + 1, value % 100);
+}
+
+int TwelveHour(int hour) { return hour % 12 == 0 ? 12 : hour % 12; }
+
+bool IsDateName(Step step) {
+    return step == Step::ShortDayName || step == Step::LongDayName || step == Step::ShortMonthName ||
+           step == Step::LongMonthName;
+}
+
+// The name a step prints, or "" where the fields have nothing for it.
+SAnsiString NameFor(Step step, const Fields &f) {
+    if (step == Step::Era)
+        return f.hasEra ? DateNames::Era(f.eraDate) : SAnsiString();
+    if (IsDateName(step) ? !f.hasDate : !f.hasTime)
+        return SAnsiString();
+    switch (step) {
+    case Step::ShortDayName:
+        return DateNames::ShortDay(f.dayOfWeek);
+    case Step::LongDayName:
+        return DateNames::LongDay(f.dayOfWeek);
+    case Step::ShortMonthName:
+        return DateNames::ShortMonth(f.month);
+    case Step::LongMonthName:
+        return DateNames::LongMonth(f.month);
+    case Step::ShortAM:
+        return DateNames::ShortAM(f.hour < 12);
+    default:
+        return DateNames::LongAM(f.hour < 12);
+    }
+}
+
+// The names a pattern prints, fetched once so that measuring and writing
+// see the same text even if the locale changes in between.
+class NameList {
+public:
+    explicit NameList(size_t count) {
+        if (count > m_inline.size())
+            m_spilled.resize(count);
+    }
+    SAnsiString &operator[](size_t i) { return m_spilled.empty() ? m_inline[i] : m_spilled[i]; }
+
+private:
+    std::array<SAnsiString, 8> m_inline;
+    std::vector<SAnsiString> m_spilled;
+};
+
+char *PutLiteral(char *out, const Compiled &pattern, const Op &op) {
+    const char *text = pattern.literals.data() + op.offset;
+    if (op.length <= kLiteralChunk)
+        std::memcpy(out, text, kLiteralChunk);
+    else
+        std::memcpy(out, text, op.length);
+    return out + op.length;
+}
+
+SAnsiString Write(const Compiled &pattern, const Fields &f, NameList *names) {
+    size_t bound = pattern.fixedBound;
+    if (names != nullptr) {
+        size_t n = 0;
+        for (const Op &op : pattern.steps) {
+            if (IsName(op.step)) {
+                SAnsiString &name = (*names)[n++];
+                name = NameFor(op.step, f);
+                bound += name.getLength();
+            }
+        }
+    }
+    if (bound == 0)
+        return SAnsiString();
+    ResultText result;
+    char *const begin = result.open(bound + kLiteralChunk);
+    char *out = begin;
+    size_t n = 0;
+    const bool date = f.hasDate, time = f.hasTime;
+    for (const Op &op : pattern.steps) {
+        switch (op.step) {
+        case Step::Literal:
+            out = PutLiteral(out, pattern, op);
+            break;
+        case Step::Day:
+            out = date ? PutNumber(out, f.day) : out;
+            break;
+        case Step::Day2:
+            out = date ? PutTwoDigits(out, f.day) : out;
+            break;
+        case Step::Month:
+            out = date ? PutNumber(out, f.month) : out;
+            break;
+        case Step::Month2:
+            out = date ? PutTwoDigits(out, f.month) : out;
+            break;
+        case Step::YearOfCentury:
+            out = date ? PutNumber(out, f.year % 100) : out;
+            break;
+        case Step::YearOfCentury2:
+            out = date ? PutTwoDigits(out, f.year % 100) : out;
+            break;
+        case Step::Year:
+            out = date ? PutNumber(out, f.year) : out;
+            break;
+        case Step::Hour12:
+            out = time ? PutNumber(out, TwelveHour(f.hour)) : out;
+            break;
+        case Step::Hour12_2:
+            out = time ? PutTwoDigits(out, TwelveHour(f.hour)) : out;
+            break;
+        case Step::Hour:
+            out = time ? PutNumber(out, f.hour) : out;
+            break;
+        case Step::Hour2:
+            out = time ? PutTwoDigits(out, f.hour) : out;
+            break;
+        case Step::Minute:
+            out = time ? PutNumber(out, f.minute) : out;
+            break;
+        case Step::Minute2:
+            out = time ? PutTwoDigits(out, f.minute) : out;
+            break;
+        case Step::Second:
+            out = time ? PutNumber(out, f.second) : out;
+            break;
+        case Step::Second2:
+            out = time ? PutTwoDigits(out, f.second) : out;
+            break;
+        case Step::Millisecond:
+            out = time ? PutNumber(out, f.millisecond) : out;
+            break;
+        case Step::Millisecond3:
+            out = time ? PutThreeDigits(out, f.millisecond) : out;
+            break;
+        default: { // a name
+            const SAnsiString &name = (*names)[n++];
+            std::memcpy(out, name.getString(), name.getLength());
+            out += name.getLength();
+            break;
+        }
+        }
+    }
+    result.close(static_cast<size_t>(out - begin));
+    return SAnsiString(static_cast<SAnsiString &&>(result));
+}
+
+} // namespace
+
+SAnsiString RenderFixedWidth(const Compiled &pattern, int year, int month, int day, int32_t msOfDay) {
+    const size_t length = pattern.templateText.size() - Compiled::kLiteralPadding;
+    if (length == 0)
+        return SAnsiString();
+    ResultText result;
+    char *const out = result.open(length + kLiteralChunk);
+    const char *const text = pattern.templateText.data();
+    for (size_t i = 0; i < length; i += kLiteralChunk)
+        std::memcpy(out + i, text + i, kLiteralChunk);
+    const uint32_t ms = static_cast<uint32_t>(msOfDay), hour = ms / 3600000u, millisecond = ms % 1000u;
+    const unsigned values[Compiled::kValues] = {
+        static_cast<unsigned>(day),
+        static_cast<unsigned>(month),
+        static_cast<unsigned>(year) % 100u,
+        static_cast<unsigned>(year) / 100u,
+        hour,
+        hour % 12u == 0 ? 12u : hour % 12u,
+        ms / 60000u % 60u,
+        ms / 1000u % 60u,
+        millisecond / 10u,
+        millisecond % 100u,
+    };
+    for (const Compiled::Patch &patch : pattern.patches)
+        std::memcpy(out + patch.offset, kDigitPairs + 2 * values[patch.value], 2);
+    result.close(length);
+    return SAnsiString(static_cast<SAnsiString &&>(result));
+}
+
+SAnsiString Render(const Compiled &pattern, const Fields &fields) {
+    if (pattern.names == 0)
+        return Write(pattern, fields, nullptr);
+    const CacheBusy busy;
+    NameList names(pattern.names);
+    return Write(pattern, fields, &names);
+}
+
+} // namespace DatePattern
 
 SAnsiString SDateTime::Format(const char *pattern, const STimeZone &zone) const {
     if (pattern == nullptr)
         return SAnsiString();
-    const SDateTime local = inZone(zone);
-    CivilMoment f;
-    if (local.m_date.IsValid()) {
-        const Calendar::Civil c = Calendar::DayToCivilFast(local.m_date.GetDayNumber());
-        f.hasDate = true;
-        f.year = static_cast<short>(c.year);
-        f.month = static_cast<unsigned char>(c.month);
-        f.day = static_cast<unsigned char>(c.day);
-        f.dayOfWeek = static_cast<unsigned char>(Calendar::DayOfWeek(local.m_date.GetDayNumber()));
-    }
-    if (local.m_time.IsValid()) {
-        const int32_t ms = local.m_time.GetRawValue();
-        f.hasTime = true;
-        f.hour = ms / 3600000;
-        f.minute = ms % 3600000 / 60000;
-        f.second = ms % 60000 / 1000;
-        f.millisecond = ms % 1000;
-    }
+    const DatePattern::Compiled *cached = DatePattern::Lookup(pattern);
+    const ZoneCore::ZoneView view{zone.m_standardOffset, zone.m_daylightOffset, zone.m_dstEnabled && zone.m_rulesUsable,
+                                  zone.m_cache.get()};
+    ZoneCore::LocalCivil civil;
+    const bool usual = ZoneCore::FastLocalCivil(m_date.GetDayNumber(), m_time.GetRawValue(), view, civil);
+    if (usual && cached != nullptr && cached->fixedWidth) [[likely]]
+        return DatePattern::RenderFixedWidth(*cached, civil.year, civil.month, civil.day, civil.milliseconds);
 
-    TextBuilder out;
-    const char *p = pattern;
-    while (*p != 0) {
-        if (!IsFieldLetter(*p)) {
-            p = FormatLiteral(p, out);
-            continue;
+    DatePattern::Fields f;
+    f.hasEra = m_date.IsValid(); // the era of the stored UTC day: the zone does not move eras
+    f.eraDate = m_date;
+    if (usual) {
+        f.hasDate = f.hasTime = true;
+        f.year = civil.year;
+        f.month = civil.month;
+        f.day = civil.day;
+        f.dayOfWeek = civil.dayOfWeek;
+        f.setTime(civil.milliseconds);
+    } else {
+        const SDateTime local = inZone(zone);
+        if (local.m_date.IsValid()) {
+            const Calendar::Civil c = Calendar::DayToCivilFast(local.m_date.GetDayNumber());
+            f.hasDate = true;
+            f.year = static_cast<short>(c.year);
+            f.month = static_cast<unsigned char>(c.month);
+            f.day = static_cast<unsigned char>(c.day);
+            f.dayOfWeek = static_cast<unsigned char>(Calendar::DayOfWeek(local.m_date.GetDayNumber()));
         }
-        const char letter = *p;
-        const size_t run = CountChars(p);
-        p += run;
-        switch (letter) {
-        case 'd':
-            if (!f.hasDate)
-                break;
-            if (run == 1)
-                out.number(f.day);
-            else if (run == 2)
-                out.twoDigits(f.day);
-            else
-                out.put(run == 3 ? DateNames::ShortDay(f.dayOfWeek) : DateNames::LongDay(f.dayOfWeek));
-            break;
-        case 'M':
-            if (!f.hasDate)
-                break;
-            if (run == 1)
-                out.number(f.month);
-            else if (run == 2)
-                out.twoDigits(f.month);
-            else
-                out.put(run == 3 ? DateNames::ShortMonth(f.month) : DateNames::LongMonth(f.month));
-            break;
-        case 'y':
-            if (!f.hasDate)
-                break;
-            if (run == 1)
-                out.number(f.year % 100);
-            else if (run == 2)
-                out.twoDigits(f.year % 100);
-            else
-                out.number(f.year);
-            break;
-        case 'g':
-            // The era of the stored UTC day, as the zone does not move eras.
-            if (m_date.IsValid())
-                out.put(DateNames::Era(m_date));
-            break;
-        case 'h':
-            if (!f.hasTime)
-                break;
-            if (run == 1)
-                out.number(f.hour % 12 == 0 ? 12 : f.hour % 12);
-            else
-                out.twoDigits(f.hour % 12 == 0 ? 12 : f.hour % 12);
-            break;
-        case 'H':
-        case 'm':
-        case 's': {
-            if (!f.hasTime)
-                break;
-            const int value = letter == 'H' ? f.hour : (letter == 'm' ? f.minute : f.second);
-            if (run == 1)
-                out.number(value);
-            else
-                out.twoDigits(value);
-            break;
-        }
-        case 'S':
-            if (!f.hasTime)
-                break;
-            if (run == 1)
-                out.number(f.millisecond);
-            else
-                out.threeDigits(f.millisecond);
-            break;
-        case 't':
-            if (!f.hasTime)
-                break;
-            out.put(run == 1 ? DateNames::ShortAM(f.hour < 12) : DateNames::LongAM(f.hour < 12));
-            break;
+        if (local.m_time.IsValid()) {
+            f.hasTime = true;
+            f.setTime(local.m_time.GetRawValue());
         }
     }
-    return out.finish();
+    if (cached != nullptr)
+        return DatePattern::Render(*cached, f);
+    DatePattern::Compiled compiled;
+    DatePattern::Compile(pattern, compiled);
+    return DatePattern::Render(compiled, f);
 }
 
 } // namespace TarnkitA201

@@ -81,18 +81,35 @@ STimeSpan SDateTime::operator-(const SDateTime &datetime) const {
 void SDateTime::GetDateTime(short &year, unsigned char &month, unsigned char &day, unsigned char &dayOfWeek,
                             unsigned char &hour, unsigned char &minute, unsigned char &second,
                             const STimeZone &zone) const {
-    const SDateTime local = inZone(zone);
-    TARNKIT_ASSERT(local.IsValid());
-    const int32_t dayNumber = local.m_date.GetDayNumber();
-    const Calendar::Civil c = Calendar::DayToCivilFast(dayNumber);
-    year = static_cast<short>(c.year);
-    month = static_cast<unsigned char>(c.month);
-    day = static_cast<unsigned char>(c.day);
-    dayOfWeek = static_cast<unsigned char>(Calendar::DayOfWeek(dayNumber));
-    const int32_t ms = local.m_time.GetRawValue();
-    hour = static_cast<unsigned char>(ms / 3600000);
-    minute = static_cast<unsigned char>(ms % 3600000 / 60000);
-    second = static_cast<unsigned char>(ms % 60000 / 1000);
+    ZoneCore::LocalCivil civil;
+    const ZoneCore::ZoneView view{zone.m_standardOffset, zone.m_daylightOffset, zone.m_dstEnabled && zone.m_rulesUsable,
+                                  zone.m_cache.get()};
+    if (!ZoneCore::FastLocalCivil(m_date.GetDayNumber(), m_time.GetRawValue(), view, civil)) [[unlikely]] {
+        // Out of line, so that the common path keeps a small frame.
+        const auto general = [&]() TARNKIT_TIME_COLD {
+            const SDateTime local = inZone(zone);
+            TARNKIT_ASSERT(local.IsValid());
+            const int32_t dayNumber = local.m_date.GetDayNumber();
+            const Calendar::Civil c = Calendar::DayToCivilFast(dayNumber);
+            year = static_cast<short>(c.year);
+            month = static_cast<unsigned char>(c.month);
+            day = static_cast<unsigned char>(c.day);
+            dayOfWeek = static_cast<unsigned char>(Calendar::DayOfWeek(dayNumber));
+            const int32_t ms = local.m_time.GetRawValue();
+            hour = static_cast<unsigned char>(ms / 3600000);
+            minute = static_cast<unsigned char>(ms % 3600000 / 60000);
+            second = static_cast<unsigned char>(ms % 60000 / 1000);
+        };
+        general();
+        return;
+    }
+    year = static_cast<short>(civil.year);
+    month = static_cast<unsigned char>(civil.month);
+    day = static_cast<unsigned char>(civil.day);
+    dayOfWeek = static_cast<unsigned char>(civil.dayOfWeek);
+    hour = static_cast<unsigned char>(civil.hour());
+    minute = static_cast<unsigned char>(civil.minute());
+    second = static_cast<unsigned char>(civil.second());
 }
 
 short SDateTime::GetYear(const STimeZone &zone) const { return inZone(zone).m_date.GetYear(); }

@@ -155,13 +155,21 @@ void STimeZone::prepare() {
         return;
     }
     auto cache = std::make_shared<Transitions>();
-    for (int i = 0; i < Transitions::kYears; ++i) {
-        const int year = Transitions::kFirstYear + i;
-        cache->start[i] = ZoneCore::TransitionKey(year, m_start) + m_standardOffset * ZoneCore::kMsPerMinute;
-        cache->end[i] = ZoneCore::TransitionKey(year, m_end) + m_daylightOffset * ZoneCore::kMsPerMinute;
-    }
+    for (int i = 0; i < Transitions::kYears; ++i)
+        ZoneCore::YearTransitionKeys(Transitions::kFirstYear + i, m_start, m_end, m_standardOffset, m_daylightOffset,
+                                     cache->start[i], cache->end[i]);
     m_cache = std::move(cache);
 }
+
+void ZoneCore::YearTransitionKeys(int year, const STimeZone::Transition &start, const STimeZone::Transition &end,
+                                  int16_t standardOffset, int16_t daylightOffset, __int64 &startKey,
+                                  __int64 &endKey) noexcept {
+    // The start happens on the standard clock, the end on the daylight one.
+    startKey = TransitionKey(year, start) + standardOffset * kMsPerMinute;
+    endKey = TransitionKey(year, end) + daylightOffset * kMsPerMinute;
+}
+
+SDateTime ZoneCore::ShiftedSlowly(const SDateTime &when, __int64 shift) noexcept { return when - STimeSpan(shift); }
 
 SAnsiString STimeZone::GetName(const SDateTime &when) const {
     return InDST(when, true) ? m_daylightName : m_standardName;

@@ -1,0 +1,262 @@
+// The shortcuts of the common case, each held against the general path it
+// stands in for: zoned fields through the one-lookup path against the
+// per-field getters, compiled and cached patterns against a fresh
+// compilation written step by step, and the per-thread cache under reuse,
+// eviction, threads and thread exit.
+
+#include "support/testsupport.h"
+#include "tarnkit/stimezone.h"
+#include "time/datepattern.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+using namespace TarnkitA201;
+
+namespace {
+
+const char *const kZoneRules[] = {
+    "UTC,0",
+    "CET,-60,CEST,-60;3.5.0/02:00,10.5.0/03:00",
+    "AEST,-600,AEDT,-60;10.1.0/02:00,4.1.0/03:00", // daylight time over New Year
+    "NST,210,NDT,-60;3.2.0/02:00,11.1.0/02:00",
+    "EDGE,300,EDGED,-60;1.1.0/00:30,12.5.0/23:00", // transitions by New Year
+    "LINT,-840",
+    "FAR,1500",                  // an offset of more than a day
+    "ODD,-60,ODDS,-60;13.1.0,4.1.0", // no real transition: never daylight time
+};
+
+SDateTime FromUnix(long long seconds, int ms = 0) {
+    return sicTimespecToSDateTime(timespec{static_cast<time_t>(seconds), static_cast<long>(ms) * 1000000});
+}
+
+// Moments at the edges the shortcuts care about: the years around the ends
+// of their tables, every half hour around New Year, and a random spread.
+std::vector<SDateTime> Moments() {
+    std::vector<SDateTime> out;
+    for (int year : {1600, 1601, 1899, 1900, 1901, 1970, 2000, 2100, 2199, 2200, 2201, 2598, 2599, 2600}) {
+        const SDateTime newYear(static_cast<short>(year), 1, 1, 0, 0, 0, 0, STimeZone::TZ_UTC());
+        for (int halfHours = -60; halfHours <= 60; ++halfHours)
+            out.push_back(newYear + STimeSpan(halfHours * 1800000LL + 1234));
+    }
+    std::mt19937_64 random(5);
+    const long long first = -11676096000LL, last = 19962662400LL; // 1600 to 2602
+    for (int i = 0; i < 20000; ++i)
+        out.push_back(FromUnix(first + static_cast<long long>(random() % static_cast<unsigned long long>(last - first)),
+                               static_cast<int>(random() % 1000)));
+    return out;
+}
+
+std::string Formatted(const SDateTime &when, const char *pattern, const STimeZone &zone) {
+    return std::string(when.Format(pattern, zone));
+}
+
+// The pattern compiled afresh and written step by step from fields the
+// per-field getters give, with no template and no cache.
+std::string Reference(const SDateTime &when, const char *pattern, const STimeZone &zone) {
+    DatePattern::Compiled compiled;
+    DatePattern::Compile(pattern, compiled);
+    compiled.fixedWidth = false;
+    DatePattern::Fields f;
+    f.hasDate = f.hasTime = f.hasEra = true;
+    f.eraDate = when.GetUTCDate();
+    f.year = when.GetYear(zone);
+    f.month = when.GetMonth(zone);
+    f.day = when.GetDay(zone);
+    f.dayOfWeek = when.GetDayOfWeek(zone);
+    f.setTime(when.GetTime(zone).GetRawValue());
+    return std::string(DatePattern::Render(compiled, f));
+}
+
+// Patterns of random tokens; a token never continues the field run before it.
+std::vector<std::string> Patterns() {
+    const char *const tokens[] = {"yyyy", "yy", "y", "MM", "M", "MMM", "MMMM", "dd", "d", "ddd", "dddd",
+                                  "HH", "H", "hh", "h", "mm", "m", "ss", "s", "SSS", "S", "t", "tt",
+                                  "g", "-", ":", " ", ".", "'T'", "\"at\"", "''", "'dd'", "_x_"};
+    std::vector<std::string> out = {"yyyy-MM-dd HH:mm:ss", "yyyy-MM-dd@HH:mm:ss.SSS", "yyyyMMdd_HHmmss", "hh:mm tt"};
+    std::mt19937 random(3);
+    for (int i = 0; i < 60; ++i) {
+        std::string pattern;
+        const int count = 1 + static_cast<int>(random() % 8);
+        for (int k = 0; k < count; ++k) {
+            const std::string token = tokens[random() % (sizeof tokens / sizeof *tokens)];
+            if (!pattern.empty() && pattern.back() == token[0])
+                continue;
+            pattern += token;
+        }
+        out.push_back(pattern);
+    }
+    return out;
+}
+
+} // namespace
+
+TEST(FastPaths, ZonedFieldsAgreeWithTheGeneralGetters) {
+    const std::vector<SDateTime> moments = Moments();
+    for (const char *rule : kZoneRules) {
+        const STimeZone zone{SAnsiString(rule)};
+        int mismatches = 0;
+        for (const SDateTime &when : moments) {
+            short y;
+            unsigned char mo, d, wd, h, mi, s;
+            when.GetDateTime(y, mo, d, wd, h, mi, s, zone);
+            const bool same = y == when.GetYear(zone) && mo == when.GetMonth(zone) && d == when.GetDay(zone) &&
+                              wd == when.GetDayOfWeek(zone) && h == when.GetHour(zone) &&
+                              mi == when.GetMinute(zone) && s == when.GetSecond();
+            // The civil moment is the UTC one less the zone's offset.
+            const bool offset = when.GetDate(zone) == (when - zone.UTCOffset(when)).GetUTCDate();
+            if ((!same || !offset) && ++mismatches <= 3)
+                ADD_FAILURE() << rule << " at " << Formatted(when, "yyyy-MM-dd HH:mm:ss", STimeZone::TZ_UTC());
+        }
+    }
+}
+
+TEST(FastPaths, CompiledPatternsWriteWhatAFreshCompilationWrites) {
+    const std::vector<std::string> patterns = Patterns();
+    std::vector<SDateTime> moments = Moments();
+    moments.resize(3000);
+    for (const char *rule : {kZoneRules[0], kZoneRules[2], kZoneRules[6]}) {
+        const STimeZone zone{SAnsiString(rule)};
+        int mismatches = 0;
+        // Every pattern over every moment: the cache holds fewer patterns
+        // than this, so entries are evicted and compiled again throughout.
+        for (const SDateTime &when : moments)
+            for (const std::string &pattern : patterns) {
+                const std::string ours = Formatted(when, pattern.c_str(), zone);
+                if (ours != Reference(when, pattern.c_str(), zone) && ++mismatches <= 3)
+                    ADD_FAILURE() << rule << " pattern \"" << pattern << "\": " << ours;
+            }
+    }
+}
+
+TEST(FastPaths, FieldsFarOutsideTheCalendarStillFitTheirText) {
+    // Day numbers at the ends of the range give bytes for day and month that
+    // read beyond two digits, and times of day beyond the day give long
+    // negative fields: many such fields in one pattern must still fit.
+    const std::string unit = "d/M/y dd.MM.yy H:m:s.S hh:mm:ss.SSS|";
+    std::string many;
+    for (int i = 0; i < 40; ++i)
+        many += unit;
+    for (int32_t dayNumber : {INT32_MIN + 1, -2000000000, -1, 2000000000, INT32_MAX})
+        for (long ms : {0L, -2147483647L, 2147483647L}) {
+            const SDateTime when(SDate::FromDayNumber(dayNumber), STime(0, 0, 0, ms));
+            for (const char *rule : {kZoneRules[0], kZoneRules[1], kZoneRules[6]}) {
+                const STimeZone zone{SAnsiString(rule)};
+                std::string expected;
+                for (int i = 0; i < 40; ++i)
+                    expected += Formatted(when, unit.c_str(), zone);
+                EXPECT_EQ(Formatted(when, many.c_str(), zone), expected) << dayNumber << " " << ms << " " << rule;
+            }
+        }
+}
+
+TEST(FastPaths, CacheFollowsTheTextNotTheAddress) {
+    const SDateTime when(2024, 3, 7, 9, 5, 3, 42, STimeZone::TZ_UTC());
+    char pattern[32];
+    std::strcpy(pattern, "yyyy-MM-dd");
+    EXPECT_EQ(Formatted(when, pattern, STimeZone::TZ_UTC()), "2024-03-07");
+    // The same buffer, rewritten: shorter, longer, and a prefix of the old.
+    std::strcpy(pattern, "HH:mm");
+    EXPECT_EQ(Formatted(when, pattern, STimeZone::TZ_UTC()), "09:05");
+    std::strcpy(pattern, "HH:mm:ss.SSS");
+    EXPECT_EQ(Formatted(when, pattern, STimeZone::TZ_UTC()), "09:05:03.042");
+    std::strcpy(pattern, "HH");
+    EXPECT_EQ(Formatted(when, pattern, STimeZone::TZ_UTC()), "09");
+    EXPECT_EQ(Formatted(when, "", STimeZone::TZ_UTC()), "");
+    std::strcpy(pattern, "HH");
+    EXPECT_EQ(Formatted(when, pattern, STimeZone::TZ_UTC()), "09");
+}
+
+TEST(FastPaths, FormatsNestedInNameLookupsLeaveTheCacheAlone) {
+    // While names are fetched the cache is busy: a Format run from there (a
+    // trace line with a time stamp, say) must not evict the pattern the
+    // outer Format is walking.
+    const SDateTime when(2024, 3, 7, 9, 5, 3, 42, STimeZone::TZ_UTC());
+    const DatePattern::Compiled *outer = DatePattern::Lookup("ddd dd MMM yyyy");
+    ASSERT_NE(outer, nullptr);
+    {
+        const DatePattern::CacheBusy busy;
+        EXPECT_EQ(DatePattern::Lookup("HH:mm"), nullptr);
+        for (int i = 0; i < 20; ++i) {
+            const std::string pattern = "HH:mm '" + std::to_string(i) + "'";
+            EXPECT_EQ(Formatted(when, pattern.c_str(), STimeZone::TZ_UTC()), "09:05 " + std::to_string(i));
+        }
+    }
+    DatePattern::Fields f;
+    f.hasDate = true;
+    f.year = 2024;
+    f.month = 3;
+    f.day = 7;
+    f.dayOfWeek = 4;
+    EXPECT_EQ(std::string(DatePattern::Render(*outer, f)), "Thu 07 Mar 2024");
+    EXPECT_EQ(DatePattern::Lookup("ddd dd MMM yyyy"), outer);
+}
+
+TEST(FastPaths, ThreadsKeepTheirOwnCachesWithoutInterference) {
+    const SDateTime when(2024, 3, 7, 9, 5, 3, 42, STimeZone::TZ_UTC());
+    const std::vector<std::string> patterns = Patterns();
+    std::vector<std::string> expected;
+    for (const std::string &p : patterns)
+        expected.push_back(Reference(when, p.c_str(), STimeZone::TZ_UTC()));
+    std::vector<int> failures(4, 0);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&, t] {
+            for (int round = 0; round < 200; ++round)
+                for (size_t i = t; i < patterns.size(); i += 1 + t)
+                    if (Formatted(when, patterns[i].c_str(), STimeZone::TZ_UTC()) != expected[i])
+                        ++failures[t];
+        });
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_EQ(failures, std::vector<int>(4, 0));
+}
+
+TEST(FastPaths, MultibytePatternsAreReadInTheLocaleOfEachCall) {
+    const SDateTime when(2024, 3, 7, 9, 5, 3, 0, STimeZone::TZ_UTC());
+    // 0x81 0x64 is one GBK character whose trail byte is 'd'; in UTF-8 the
+    // 0x81 stands alone and the 'd' joins the field after it.
+    const char *pattern = "HH\x81\x64" "d";
+    for (int round = 0; round < 2; ++round) {
+        {
+            TarnkitTest::ScopedLocale gbk("zh_CN.gbk");
+            if (!gbk.ok())
+                GTEST_SKIP() << "no GBK locale";
+            EXPECT_EQ(Formatted(when, pattern, STimeZone::TZ_UTC()), "09\x81\x64" "7");
+        }
+        TarnkitTest::ScopedLocale utf8("C.UTF-8");
+        if (!utf8.ok())
+            GTEST_SKIP() << "no UTF-8 locale";
+        EXPECT_EQ(Formatted(when, pattern, STimeZone::TZ_UTC()), "09\x81" "07");
+    }
+}
+
+namespace {
+
+// Formats from its destructor, which runs after the thread's pattern cache
+// is gone when the object was made before the thread first formatted.
+struct FormatsAtThreadExit {
+    std::string *out = nullptr;
+    ~FormatsAtThreadExit() {
+        if (out != nullptr)
+            *out = Formatted(SDateTime(2024, 3, 7, 9, 5, 3, 0, STimeZone::TZ_UTC()), "yyyy-MM-dd HH:mm",
+                             STimeZone::TZ_UTC());
+    }
+};
+
+} // namespace
+
+TEST(FastPaths, FormattingStillWorksWhileAThreadEnds) {
+    std::string late;
+    std::thread([&late] {
+        thread_local FormatsAtThreadExit object;
+        object.out = &late;
+        EXPECT_EQ(Formatted(SDateTime(2000, 1, 1, 0, 0, 0, 0, STimeZone::TZ_UTC()), "yyyy", STimeZone::TZ_UTC()),
+                  "2000");
+    }).join();
+    EXPECT_EQ(late, "2024-03-07 09:05");
+}
