@@ -1,6 +1,7 @@
 // CodesetConverter and MBCSCodesetConverter: code pages 1252 and 932 against
 // python3's codecs (tests/strings/fixtures), the default character, and the
 // forgiving loops between locale text and 16-bit text.
+#include "support/codesetfixtures.h"
 #include "support/testsupport.h"
 #include "tarnkit/codesetconverter.h"
 
@@ -14,24 +15,9 @@ using Codeset = MBCSCodesetConverter::ExplicitCodeset;
 
 namespace {
 
-struct Utf8Fixture {
-    const char *utf8;
-    const char *utf16;
-    bool legal;
-    size_t offset;
-};
-struct Utf16Fixture {
-    const char *utf16;
-    const char *utf8;
-    size_t unpairedLength;
-};
-struct CodepageFixture {
-    int codepage;
-    const char *bytes;
-    const char *text;
-};
-
-#include "strings/fixtures/codeset_fixtures.inc"
+using TarnkitTest::CodepageFixture;
+using TarnkitTest::Utf16Fixture;
+using TarnkitTest::Utf8Fixture;
 
 std::string FromHex(const char *hex) {
     std::string out;
@@ -66,7 +52,7 @@ protected:
 } // namespace
 
 TEST_F(CodesetUtf8, CodepagesDecodeAsReference) {
-    for (const CodepageFixture &f : kCodepageDecodeFixtures) {
+    for (const CodepageFixture &f : TarnkitTest::LoadCodesetFixtures().decode) {
         SCOPED_TRACE(f.bytes);
         SAnsiString text = MBCSCodesetConverter::ExplicitCodesetToT(FromHex(f.bytes).c_str(), CodesetOf(f.codepage));
         EXPECT_EQ(std::string(text.getString()), FromHex(f.text));
@@ -74,7 +60,7 @@ TEST_F(CodesetUtf8, CodepagesDecodeAsReference) {
 }
 
 TEST_F(CodesetUtf8, CodepagesEncodeAsReference) {
-    for (const CodepageFixture &f : kCodepageEncodeFixtures) {
+    for (const CodepageFixture &f : TarnkitTest::LoadCodesetFixtures().encode) {
         SCOPED_TRACE(std::to_string(f.codepage) + " " + f.text);
         SSimpleBuffer bytes = MBCSCodesetConverter::TToExplicitCodeset(SAnsiString(FromHex(f.text).c_str()),
                                                                         CodesetOf(f.codepage));

@@ -1,6 +1,7 @@
 // The UTF cores and CUTFConverter against expectations computed by python3's
 // codecs (tests/strings/fixtures), plus the boundaries of the cores: cut-off
 // sequences, a full target, surrogates, and the vector fast paths.
+#include "support/codesetfixtures.h"
 #include "support/testsupport.h"
 #include "tarnkit/UTFConverter.h"
 
@@ -13,24 +14,9 @@ using namespace TarnkitA201;
 
 namespace {
 
-struct Utf8Fixture {
-    const char *utf8;
-    const char *utf16;
-    bool legal;
-    size_t offset;
-};
-struct Utf16Fixture {
-    const char *utf16;
-    const char *utf8;
-    size_t unpairedLength;
-};
-struct CodepageFixture {
-    int codepage;
-    const char *bytes;
-    const char *text;
-};
-
-#include "strings/fixtures/codeset_fixtures.inc"
+using TarnkitTest::CodepageFixture;
+using TarnkitTest::Utf16Fixture;
+using TarnkitTest::Utf8Fixture;
 
 std::vector<unsigned char> Bytes(const char *hex) {
     std::vector<unsigned char> out;
@@ -81,7 +67,7 @@ std::vector<unsigned char> Encode(Utf16ToUtf8Core core, const std::vector<unsign
 } // namespace
 
 TEST(UtfCores, Utf8ToUtf16MatchesReference) {
-    for (const Utf8Fixture &f : kUtf8Fixtures) {
+    for (const Utf8Fixture &f : TarnkitTest::LoadCodesetFixtures().utf8) {
         std::vector<unsigned char> in = Bytes(f.utf8);
         for (Utf8ToUtf16Core core : {&CUTFConverter::ConvertUTF8toUTF16, &CUTFConverter::ConvertUTF8toUTF16Scalar}) {
             Decoded d = Decode(core, in, in.size() + 1);
@@ -94,7 +80,7 @@ TEST(UtfCores, Utf8ToUtf16MatchesReference) {
 }
 
 TEST(UtfCores, Utf16ToUtf8MatchesReference) {
-    for (const Utf16Fixture &f : kUtf16Fixtures) {
+    for (const Utf16Fixture &f : TarnkitTest::LoadCodesetFixtures().utf16) {
         std::vector<unsigned short> in = Units(f.utf16);
         CUTFConverter::ConversionResult result;
         SCOPED_TRACE(f.utf16);
