@@ -17,6 +17,14 @@ TARNKIT_NAMESPACE_BEGIN
 
 class STimeZone;
 
+// A variant value as other components hand it over; only dates (type 7)
+// are read here.
+struct tagVARIANT {
+    unsigned short vt;
+    double date;
+};
+inline constexpr unsigned short VT_DATE = 7;
+
 // Broken-down civil time in the field layout other components exchange.
 struct _SYSTEMTIME {
     uint16_t wYear;
@@ -273,6 +281,9 @@ SDateTime sicDATEToSDateTime(double oleDate);
 double sicSDateTimeToDATE(const SDateTime *pDT, const STimeZone &zone);
 double sicSDateTimeToDATE(const SDateTime *pDT);
 SAnsiString sicDATEToUTCString(double oleDate, const STimeZone &zone);
+// A date variant in the local zone, formatted in the thread's locale; any
+// other variant gives the empty string.
+SAnsiString sicVariantDateToSString(const tagVARIANT &variant);
 
 // Exact conversions with the POSIX clock types, which count from
 // 1970-01-01 UTC and need no zone. A value outside the representable range

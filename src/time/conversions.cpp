@@ -4,6 +4,7 @@
 #include "tarnkit/sdatetime.h"
 
 #include "platform/clock.h"
+#include "tarnkit/slocale.h"
 #include "tarnkit/stimezone.h"
 #include "tarnkit/strace.h"
 #include "time/calendar.h"
@@ -227,6 +228,13 @@ bool sicSDateTimeToTimeval(const SDateTime &when, timeval &tv) noexcept {
     tv.tv_sec = static_cast<time_t>(seconds);
     tv.tv_usec = static_cast<suseconds_t>(ms) * 1000;
     return true;
+}
+
+SAnsiString sicVariantDateToSString(const tagVARIANT &variant) {
+    if (variant.vt != VT_DATE)
+        return SAnsiString();
+    const STimeZone &local = STimeZone::TZ_Local();
+    return SLocale::FormatDateTime(0, sicDATEToSDateTime(variant.date, local), local);
 }
 
 } // namespace TarnkitA201

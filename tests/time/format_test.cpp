@@ -2,6 +2,7 @@
 // time types, SYSTEMTIME fields and OLE dates.
 
 #include "support/testsupport.h"
+#include "tarnkit/slocale.h"
 #include "tarnkit/stimezone.h"
 #include "tarnkit/strace.h"
 
@@ -243,4 +244,12 @@ TEST(Conversions, OleDates) {
     for (double v : {double(NAN), double(INFINITY), -double(INFINITY), 1e300, -1e18})
         EXPECT_FALSE(sicDATEToSDateTime(v, Utc()).IsValid()) << v;
     EXPECT_TRUE(sicDATEToSDateTime(0.99999999999999989, Utc()).IsValid());
+
+    // A date variant reads as a local date in the thread's locale; any other
+    // variant type is no date at all.
+    const STimeZone &local = STimeZone::TZ_Local();
+    const SAnsiString shown = sicVariantDateToSString(tagVARIANT{VT_DATE, 45000.25});
+    EXPECT_FALSE(shown.isEmpty());
+    EXPECT_EQ(std::string(shown), std::string(SLocale::FormatDateTime(0, sicDATEToSDateTime(45000.25, local), local)));
+    EXPECT_TRUE(sicVariantDateToSString(tagVARIANT{8, 45000.25}).isEmpty());
 }
