@@ -561,9 +561,10 @@ void Connection::refresh() {
     if (!cacheUsable())
         return;
     unsigned char now[kLogHeaderBytes];
-    std::atomic_thread_fence(std::memory_order_acquire);
+    // Other processes write this header: read each byte as an acquire load so
+    // that a change seen here orders the reads that follow it.
     for (size_t i = 0; i < kLogHeaderBytes; ++i)
-        now[i] = m_logHeader[i];
+        now[i] = __atomic_load_n(&m_logHeader[i], __ATOMIC_ACQUIRE);
     if (std::memcmp(now, m_cache.header, kLogHeaderBytes) != 0) {
         m_cache.clear();
         std::memcpy(m_cache.header, now, kLogHeaderBytes);
