@@ -384,6 +384,11 @@ private:
     long exec(const char *sql, const char *what, bool writing);
     void probeLogHeader();
     bool cacheUsable() const noexcept { return m_logHeader != nullptr; }
+    // The index-th row under owner: from the cached list when the cache is
+    // usable (reading the whole list on a miss), else by one query.
+    template <class Row, class ReadRow>
+    long itemAt(Statement list, Statement at, std::unordered_map<int64_t, std::vector<Row>> &lists, int64_t owner,
+                uint32_t index, const Row *&item, Row &scratch, ReadRow readRow);
 
     sqlite3 *m_db;
     std::string m_file;
@@ -655,42 +660,49 @@ long Connection::hasChild(int64_t id, bool &has) {
     return result == SQLITE_ROW || result == SQLITE_DONE ? Success : fail(result, "read", false);
 }
 
-long Connection::childAt(int64_t parent, uint32_t index, const std::string *&name, std::string &scratch) {
+template <class Row, class ReadRow>
+long Connection::itemAt(Statement list, Statement at, std::unordered_map<int64_t, std::vector<Row>> &lists,
+                        int64_t owner, uint32_t index, const Row *&item, Row &scratch, ReadRow readRow) {
     long rc;
     if (cacheUsable()) {
-        auto found = m_cache.children.find(parent);
-        if (found == m_cache.children.end()) {
-            sqlite3_stmt *s = statement(ChildList, rc);
+        auto found = lists.find(owner);
+        if (found == lists.end()) {
+            sqlite3_stmt *s = statement(list, rc);
             if (s == nullptr)
                 return rc;
-            std::vector<std::string> names;
+            std::vector<Row> rows;
             StatementUse use(s);
-            use.bind(1, parent);
+            use.bind(1, owner);
             int result;
             while ((result = use.step()) == SQLITE_ROW)
-                names.push_back(ColumnText(s, 0));
+                rows.push_back(readRow(s));
             if (result != SQLITE_DONE)
                 return fail(result, "read", false);
-            found = m_cache.children.emplace(parent, std::move(names)).first;
+            found = lists.emplace(owner, std::move(rows)).first;
         }
         if (index >= found->second.size())
             return NoMoreItems;
-        name = &found->second[index];
+        item = &found->second[index];
         return Success;
     }
-    sqlite3_stmt *s = statement(ChildAt, rc);
+    sqlite3_stmt *s = statement(at, rc);
     if (s == nullptr)
         return rc;
     StatementUse use(s);
-    use.bind(1, parent).bind(2, static_cast<int64_t>(index));
+    use.bind(1, owner).bind(2, static_cast<int64_t>(index));
     int result = use.step();
     if (result == SQLITE_DONE)
         return NoMoreItems;
     if (result != SQLITE_ROW)
         return fail(result, "read", false);
-    scratch = ColumnText(s, 0);
-    name = &scratch;
+    scratch = readRow(s);
+    item = &scratch;
     return Success;
+}
+
+long Connection::childAt(int64_t parent, uint32_t index, const std::string *&name, std::string &scratch) {
+    return itemAt(ChildList, ChildAt, m_cache.children, parent, index, name, scratch,
+                  [](sqlite3_stmt *s) { return ColumnText(s, 0); });
 }
 
 long Connection::findValue(int64_t key, const std::string &name, const ValueRow *&row, ValueRow &scratch) {
@@ -758,41 +770,7 @@ long Connection::eraseValue(int64_t key, const std::string &name) {
 }
 
 long Connection::valueAt(int64_t key, uint32_t index, const ValueRow *&row, ValueRow &scratch) {
-    long rc;
-    if (cacheUsable()) {
-        auto found = m_cache.valueLists.find(key);
-        if (found == m_cache.valueLists.end()) {
-            sqlite3_stmt *s = statement(ValueList, rc);
-            if (s == nullptr)
-                return rc;
-            std::vector<ValueRow> rows;
-            StatementUse use(s);
-            use.bind(1, key);
-            int result;
-            while ((result = use.step()) == SQLITE_ROW)
-                rows.push_back(ColumnValue(s));
-            if (result != SQLITE_DONE)
-                return fail(result, "read", false);
-            found = m_cache.valueLists.emplace(key, std::move(rows)).first;
-        }
-        if (index >= found->second.size())
-            return NoMoreItems;
-        row = &found->second[index];
-        return Success;
-    }
-    sqlite3_stmt *s = statement(ValueAt, rc);
-    if (s == nullptr)
-        return rc;
-    StatementUse use(s);
-    use.bind(1, key).bind(2, static_cast<int64_t>(index));
-    int result = use.step();
-    if (result == SQLITE_DONE)
-        return NoMoreItems;
-    if (result != SQLITE_ROW)
-        return fail(result, "read", false);
-    scratch = ColumnValue(s);
-    row = &scratch;
-    return Success;
+    return itemAt(ValueList, ValueAt, m_cache.valueLists, key, index, row, scratch, ColumnValue);
 }
 
 long Connection::eraseKey(int64_t id) {
