@@ -2,6 +2,7 @@
 
 #include "strings/mbcs.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 
@@ -509,6 +510,41 @@ Result RunSteps(const Source **sourceStart, const Source *sourceEnd, Target **ta
     return result;
 }
 
+// The fast drivers: stretches of ASCII are copied in vectors, other text
+// first tries a fast run and falls back to the full step.
+template <class Source, class Target, class CopyAscii, class FastRun, class Step>
+Result RunFast(const Source **sourceStart, const Source *sourceEnd, Target **targetStart, Target *targetEnd,
+               Flags flags, CopyAscii copyAscii, FastRun fastRun, Step step) noexcept {
+    Result result = CUTFConverter::conversionOK;
+    const Source *source = *sourceStart;
+    Target *target = *targetStart;
+    while (source < sourceEnd) {
+        if (*source < 0x80) {
+            const size_t n = std::min(static_cast<size_t>(sourceEnd - source), static_cast<size_t>(targetEnd - target));
+            if (n >= kMinVectorRun) {
+                const size_t done = copyAscii(source, n, target);
+                source += done;
+                target += done;
+                continue;
+            }
+            if (target >= targetEnd) {
+                result = CUTFConverter::targetExhausted;
+                break;
+            }
+            *target++ = static_cast<Target>(*source++);
+            continue;
+        }
+        if (fastRun(source, sourceEnd, target, targetEnd, flags))
+            continue;
+        result = step(source, sourceEnd, target, targetEnd, flags);
+        if (result != CUTFConverter::conversionOK)
+            break;
+    }
+    *sourceStart = source;
+    *targetStart = target;
+    return result;
+}
+
 } // namespace
 
 // ---------------------------------------------------------------------------
@@ -526,41 +562,13 @@ CUTFConverter::ConversionResult CUTFConverter::ConvertUTF16toUTF8(const unsigned
                                                                   const unsigned short *sourceEnd,
                                                                   unsigned char **targetStart,
                                                                   unsigned char *targetEnd, ConversionFlags flags) {
-    Result result = conversionOK;
-    const unsigned short *source = *sourceStart;
-    unsigned char *target = *targetStart;
-    while (source < sourceEnd) {
-        unsigned long ch = *source;
-        if (ch < 0x80) {
-            size_t n = static_cast<size_t>(sourceEnd - source);
-            size_t room = static_cast<size_t>(targetEnd - target);
-            if (room < n)
-                n = room;
-            if (n >= kMinVectorRun) {
-                size_t done = NarrowAscii(source, n, target);
-                source += done;
-                target += done;
-                continue;
-            }
-            if (target >= targetEnd) {
-                result = targetExhausted;
-                break;
-            }
-            *target++ = static_cast<unsigned char>(ch);
-            ++source;
-            continue;
-        }
-        // Characters of the basic plane outside the surrogates: the common
-        // case of non-Latin text.
-        if (BmpRun(source, sourceEnd, target, targetEnd))
-            continue;
-        result = StepUtf16ToUtf8(source, sourceEnd, target, targetEnd, flags);
-        if (result != conversionOK)
-            break;
-    }
-    *sourceStart = source;
-    *targetStart = target;
-    return result;
+    // Characters of the basic plane outside the surrogates are the common
+    // case of non-Latin text.
+    const auto bmpRun = [](const unsigned short *&source, const unsigned short *sourceEnd, unsigned char *&target,
+                           unsigned char *targetEnd, ConversionFlags) {
+        return BmpRun(source, sourceEnd, target, targetEnd);
+    };
+    return RunFast(sourceStart, sourceEnd, targetStart, targetEnd, flags, NarrowAscii, bmpRun, StepUtf16ToUtf8);
 }
 
 CUTFConverter::ConversionResult CUTFConverter::ConvertUTF8toUTF16Scalar(const unsigned char **sourceStart,
@@ -575,42 +583,14 @@ CUTFConverter::ConversionResult CUTFConverter::ConvertUTF8toUTF16(const unsigned
                                                                   const unsigned char *sourceEnd,
                                                                   unsigned short **targetStart,
                                                                   unsigned short *targetEnd, ConversionFlags flags) {
-    Result result = conversionOK;
-    const unsigned char *source = *sourceStart;
-    unsigned short *target = *targetStart;
-    while (source < sourceEnd) {
-        unsigned b = *source;
-        if (b < 0x80) {
-            size_t n = static_cast<size_t>(sourceEnd - source);
-            size_t room = static_cast<size_t>(targetEnd - target);
-            if (room < n)
-                n = room;
-            if (n >= kMinVectorRun) {
-                size_t done = WidenAscii(source, n, target);
-                source += done;
-                target += done;
-                continue;
-            }
-            if (target >= targetEnd) {
-                result = targetExhausted;
-                break;
-            }
-            *target++ = static_cast<unsigned short>(b);
-            ++source;
-            continue;
-        }
-        // Runs of two- and three-byte sequences that pass every legality
-        // rule, with room in the target; everything else takes the full step.
-        if (b >= 0xE0 ? ThreeByteRun(source, sourceEnd, target, targetEnd, flags == lenientConversion)
-                      : TwoByteRun(source, sourceEnd, target, targetEnd))
-            continue;
-        result = StepUtf8ToUtf16(source, sourceEnd, target, targetEnd, flags);
-        if (result != conversionOK)
-            break;
-    }
-    *sourceStart = source;
-    *targetStart = target;
-    return result;
+    // Runs of two- and three-byte sequences that pass every legality rule,
+    // with room in the target; everything else takes the full step.
+    const auto multiByteRun = [](const unsigned char *&source, const unsigned char *sourceEnd,
+                                 unsigned short *&target, unsigned short *targetEnd, ConversionFlags flags) {
+        return *source >= 0xE0 ? ThreeByteRun(source, sourceEnd, target, targetEnd, flags == lenientConversion)
+                               : TwoByteRun(source, sourceEnd, target, targetEnd);
+    };
+    return RunFast(sourceStart, sourceEnd, targetStart, targetEnd, flags, WidenAscii, multiByteRun, StepUtf8ToUtf16);
 }
 
 CUTFConverter::ConversionResult CUTFConverter::ConvertUTF32toUTF8(const unsigned long **sourceStart,
