@@ -28,6 +28,38 @@ TARNKIT_NAMESPACE_BEGIN
 
 class Registry {
 public:
+    // An enumeration handle and the index of the next item. Copies share the
+    // handle without moving it; a move passes it on; an owner that drops a
+    // handle the other side does not share closes it.
+    class EnumHandle {
+    public:
+        EnumHandle() noexcept = default;
+        explicit EnumHandle(HKEY handle) noexcept : m_handle(handle) {}
+        EnumHandle(const EnumHandle &other) noexcept = default;
+        EnumHandle(EnumHandle &&other) noexcept : m_handle(other.m_handle), m_index(other.m_index) {
+            other.m_handle = nullptr;
+        }
+        EnumHandle &operator=(const EnumHandle &other) noexcept;
+        EnumHandle &operator=(EnumHandle &&other) noexcept;
+        ~EnumHandle() { close(); }
+
+        HKEY get() const noexcept { return m_handle; }
+        uint32_t index() const noexcept { return m_index; }
+        void advance() noexcept { ++m_index; }
+        void close() noexcept;
+        HKEY detach() noexcept {
+            HKEY handle = m_handle;
+            m_handle = nullptr;
+            return handle;
+        }
+
+    private:
+        void dropUnlessShared(HKEY other) noexcept;
+
+        HKEY m_handle = nullptr;
+        uint32_t m_index = 0;
+    };
+
     // Walks the subkeys of an open key by index. Owns its handle: the
     // destructor closes it. Copies share the handle (use consume to pass it
     // on); a move passes it on.
@@ -36,29 +68,22 @@ public:
         KeyIterator() noexcept = default;
         // Takes the handle and moves to the first key.
         explicit KeyIterator(HKEY key);
-        KeyIterator(const KeyIterator &other) = default;
-        KeyIterator(KeyIterator &&other) noexcept;
-        // Shares other's handle; a handle of its own is closed first.
-        KeyIterator &operator=(const KeyIterator &other);
-        KeyIterator &operator=(KeyIterator &&other) noexcept;
-        ~KeyIterator();
 
         bool NextKey();
         KeyIterator &operator++() {
             NextKey();
             return *this;
         }
-        explicit operator bool() const noexcept { return m_enumKey != nullptr; }
+        explicit operator bool() const noexcept { return m_enumKey.get() != nullptr; }
         const SAnsiStringCI &GetKey() const noexcept { return m_key; }
         // Takes name, handle and index of other, which loses its handle.
         void consume(KeyIterator &other);
         // Gives up the handle without closing it.
-        HKEY detach() noexcept;
+        HKEY detach() noexcept { return m_enumKey.detach(); }
 
     private:
         SAnsiStringCI m_key;
-        HKEY m_enumKey = nullptr;
-        uint32_t m_index = 0;
+        EnumHandle m_enumKey;
     };
 
     // Walks the values of an open key by index, as name and text.
@@ -66,28 +91,22 @@ public:
     public:
         ValueIterator() noexcept = default;
         explicit ValueIterator(HKEY key);
-        ValueIterator(const ValueIterator &other) = default;
-        ValueIterator(ValueIterator &&other) noexcept;
-        ValueIterator &operator=(const ValueIterator &other);
-        ValueIterator &operator=(ValueIterator &&other) noexcept;
-        ~ValueIterator();
 
         bool NextValue();
         ValueIterator &operator++() {
             NextValue();
             return *this;
         }
-        explicit operator bool() const noexcept { return m_enumValue != nullptr; }
+        explicit operator bool() const noexcept { return m_enumValue.get() != nullptr; }
         const SAnsiStringCI &GetName() const noexcept { return m_name; }
         const SAnsiString &GetValue() const noexcept { return m_value; }
         void consume(ValueIterator &other);
-        HKEY detach() noexcept;
+        HKEY detach() noexcept { return m_enumValue.detach(); }
 
     private:
         SAnsiStringCI m_name;
         SAnsiString m_value;
-        HKEY m_enumValue = nullptr;
-        uint32_t m_index = 0;
+        EnumHandle m_enumValue;
     };
 
     // The key is prefix followed by key; nothing touches the store yet. The

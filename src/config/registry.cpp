@@ -416,77 +416,65 @@ bool Registry::CopyValue(const HKEY &toRoot, const SAnsiString &toKey, const SAn
 }
 
 // ---------------------------------------------------------------------------
+// EnumHandle
+
+void Registry::EnumHandle::close() noexcept {
+    if (m_handle != nullptr)
+        GetRegistryStore().CloseKey(m_handle);
+    m_handle = nullptr;
+}
+
+void Registry::EnumHandle::dropUnlessShared(HKEY other) noexcept {
+    if (m_handle != other)
+        close();
+}
+
+Registry::EnumHandle &Registry::EnumHandle::operator=(const EnumHandle &other) noexcept {
+    if (this != &other) {
+        dropUnlessShared(other.m_handle);
+        m_handle = other.m_handle;
+        m_index = other.m_index;
+    }
+    return *this;
+}
+
+Registry::EnumHandle &Registry::EnumHandle::operator=(EnumHandle &&other) noexcept {
+    if (this != &other) {
+        dropUnlessShared(other.m_handle);
+        m_handle = other.m_handle;
+        m_index = other.m_index;
+        other.m_handle = nullptr;
+    }
+    return *this;
+}
+
+// ---------------------------------------------------------------------------
 // KeyIterator
 
 Registry::KeyIterator::KeyIterator(HKEY key) : m_enumKey(key) { NextKey(); }
 
-Registry::KeyIterator::KeyIterator(KeyIterator &&other) noexcept
-    : m_key(other.m_key), m_enumKey(other.m_enumKey), m_index(other.m_index) {
-    other.m_enumKey = nullptr;
-}
-
-Registry::KeyIterator &Registry::KeyIterator::operator=(KeyIterator &&other) noexcept {
-    if (this != &other) {
-        if (m_enumKey != nullptr && m_enumKey != other.m_enumKey)
-            GetRegistryStore().CloseKey(m_enumKey);
-        m_key = other.m_key;
-        m_enumKey = other.m_enumKey;
-        m_index = other.m_index;
-        other.m_enumKey = nullptr;
-    }
-    return *this;
-}
-
-Registry::KeyIterator &Registry::KeyIterator::operator=(const KeyIterator &other) {
-    if (this != &other) {
-        if (m_enumKey != nullptr && m_enumKey != other.m_enumKey)
-            GetRegistryStore().CloseKey(m_enumKey);
-        m_key = other.m_key;
-        m_enumKey = other.m_enumKey;
-        m_index = other.m_index;
-    }
-    return *this;
-}
-
-Registry::KeyIterator::~KeyIterator() {
-    if (m_enumKey != nullptr)
-        GetRegistryStore().CloseKey(m_enumKey);
-}
-
 bool Registry::KeyIterator::NextKey() {
-    if (m_enumKey == nullptr) {
+    if (m_enumKey.get() == nullptr) {
         m_key.empty();
         return false;
     }
     char name[kBufferBytes];
     unsigned long length = kBufferBytes;
-    IRegistryStore &store = GetRegistryStore();
-    if (store.EnumKey(m_enumKey, m_index, name, &length) != Success) {
-        store.CloseKey(m_enumKey);
-        m_enumKey = nullptr;
+    if (GetRegistryStore().EnumKey(m_enumKey.get(), m_enumKey.index(), name, &length) != Success) {
+        m_enumKey.close();
         m_key.empty();
         return false;
     }
     m_key = SAnsiString(name, length);
-    ++m_index;
+    m_enumKey.advance();
     return true;
 }
 
 void Registry::KeyIterator::consume(KeyIterator &other) {
-    if (m_enumKey != nullptr && ShouldAssert(__FILE__))
+    if (m_enumKey.get() != nullptr && ShouldAssert(__FILE__))
         SAssert(__FILE__, __LINE__, "m_enumKey == NULL");
-    if (m_enumKey != nullptr && m_enumKey != other.m_enumKey)
-        GetRegistryStore().CloseKey(m_enumKey);
     m_key = other.m_key;
-    m_enumKey = other.m_enumKey;
-    m_index = other.m_index;
-    other.m_enumKey = nullptr;
-}
-
-HKEY Registry::KeyIterator::detach() noexcept {
-    HKEY key = m_enumKey;
-    m_enumKey = nullptr;
-    return key;
+    m_enumKey = std::move(other.m_enumKey);
 }
 
 // ---------------------------------------------------------------------------
@@ -494,43 +482,8 @@ HKEY Registry::KeyIterator::detach() noexcept {
 
 Registry::ValueIterator::ValueIterator(HKEY key) : m_enumValue(key) { NextValue(); }
 
-Registry::ValueIterator::ValueIterator(ValueIterator &&other) noexcept
-    : m_name(other.m_name), m_value(other.m_value), m_enumValue(other.m_enumValue), m_index(other.m_index) {
-    other.m_enumValue = nullptr;
-}
-
-Registry::ValueIterator &Registry::ValueIterator::operator=(ValueIterator &&other) noexcept {
-    if (this != &other) {
-        if (m_enumValue != nullptr && m_enumValue != other.m_enumValue)
-            GetRegistryStore().CloseKey(m_enumValue);
-        m_name = other.m_name;
-        m_value = other.m_value;
-        m_enumValue = other.m_enumValue;
-        m_index = other.m_index;
-        other.m_enumValue = nullptr;
-    }
-    return *this;
-}
-
-Registry::ValueIterator &Registry::ValueIterator::operator=(const ValueIterator &other) {
-    if (this != &other) {
-        if (m_enumValue != nullptr && m_enumValue != other.m_enumValue)
-            GetRegistryStore().CloseKey(m_enumValue);
-        m_name = other.m_name;
-        m_value = other.m_value;
-        m_enumValue = other.m_enumValue;
-        m_index = other.m_index;
-    }
-    return *this;
-}
-
-Registry::ValueIterator::~ValueIterator() {
-    if (m_enumValue != nullptr)
-        GetRegistryStore().CloseKey(m_enumValue);
-}
-
 bool Registry::ValueIterator::NextValue() {
-    if (m_enumValue == nullptr) {
+    if (m_enumValue.get() == nullptr) {
         m_name.empty();
         m_value.empty();
         return false;
@@ -541,9 +494,9 @@ bool Registry::ValueIterator::NextValue() {
     IRegistryStore &store = GetRegistryStore();
     // A value longer than the buffer answers "more data", which ends the walk
     // like any other failure.
-    if (store.EnumValue(m_enumValue, m_index, name, &nameLength, &type, data, &dataLength) != Success) {
-        store.CloseKey(m_enumValue);
-        m_enumValue = nullptr;
+    if (store.EnumValue(m_enumValue.get(), m_enumValue.index(), name, &nameLength, &type, data, &dataLength) !=
+        Success) {
+        m_enumValue.close();
         m_name.empty();
         m_value.empty();
         return false;
@@ -556,26 +509,16 @@ bool Registry::ValueIterator::NextValue() {
         m_value = StoredNumber(data, dataLength);
     else if (type == RegistryType::ExpandString)
         m_value = ExpandedText(data, dataLength, kNextValueExpandText);
-    ++m_index;
+    m_enumValue.advance();
     return true;
 }
 
 void Registry::ValueIterator::consume(ValueIterator &other) {
-    if (m_enumValue != nullptr && ShouldAssert(__FILE__))
+    if (m_enumValue.get() != nullptr && ShouldAssert(__FILE__))
         SAssert(__FILE__, __LINE__, "m_enumValue == NULL");
-    if (m_enumValue != nullptr && m_enumValue != other.m_enumValue)
-        GetRegistryStore().CloseKey(m_enumValue);
     m_name = other.m_name;
     m_value = other.m_value;
-    m_enumValue = other.m_enumValue;
-    m_index = other.m_index;
-    other.m_enumValue = nullptr;
-}
-
-HKEY Registry::ValueIterator::detach() noexcept {
-    HKEY key = m_enumValue;
-    m_enumValue = nullptr;
-    return key;
+    m_enumValue = std::move(other.m_enumValue);
 }
 
 } // namespace TarnkitA201
