@@ -426,22 +426,24 @@ S SStringConvOf<S>::ToString(unsigned short value) {
     return IntegerToString<S>(value, 10);
 }
 
-template <class S>
-S SStringConvOf<S>::ToString(double value, int digits) {
+// A C run-time format into a buffer of 32 characters, cut to fit.
+template <class S, class... Args>
+S FormatCRuntime(const char *format, Args... args) {
     char text[32];
-    int n = std::snprintf(text, sizeof(text), "%#.*f", digits, value);
+    int n = std::snprintf(text, sizeof(text), format, args...);
     if (n < 0)
         return S();
     return FromCRuntimeText<S>(text, static_cast<size_t>(n) < sizeof(text) ? static_cast<size_t>(n) : sizeof(text) - 1);
 }
 
 template <class S>
+S SStringConvOf<S>::ToString(double value, int digits) {
+    return FormatCRuntime<S>("%#.*f", digits, value);
+}
+
+template <class S>
 S SStringConvOf<S>::ToString(const void *pointer) {
-    char text[32];
-    int n = std::snprintf(text, sizeof(text), "%p", pointer);
-    if (n < 0)
-        return S();
-    return FromCRuntimeText<S>(text, static_cast<size_t>(n) < sizeof(text) ? static_cast<size_t>(n) : sizeof(text) - 1);
+    return FormatCRuntime<S>("%p", pointer);
 }
 
 template <class S>
