@@ -51,45 +51,27 @@ private:
     bool m_empty;
 };
 
+// The twelve parameter slots every trace entry point takes; callers leave
+// the ones they do not use empty.
+#define TARNKIT_TRACE_PARAMETERS                                                                                       \
+    const STraceParameter &p1 = STraceParameter(), const STraceParameter &p2 = STraceParameter(),                      \
+        const STraceParameter &p3 = STraceParameter(), const STraceParameter &p4 = STraceParameter(),                  \
+        const STraceParameter &p5 = STraceParameter(), const STraceParameter &p6 = STraceParameter(),                  \
+        const STraceParameter &p7 = STraceParameter(), const STraceParameter &p8 = STraceParameter(),                  \
+        const STraceParameter &p9 = STraceParameter(), const STraceParameter &p10 = STraceParameter(),                 \
+        const STraceParameter &p11 = STraceParameter(), const STraceParameter &p12 = STraceParameter()
+
 // The template filled with the parameters, up to the first empty one.
 // Templates in printf style are brought to numbered style first.
-SAnsiString STraceHelper(const SAnsiString &fmt, const STraceParameter &p1 = STraceParameter(),
-                         const STraceParameter &p2 = STraceParameter(), const STraceParameter &p3 = STraceParameter(),
-                         const STraceParameter &p4 = STraceParameter(), const STraceParameter &p5 = STraceParameter(),
-                         const STraceParameter &p6 = STraceParameter(), const STraceParameter &p7 = STraceParameter(),
-                         const STraceParameter &p8 = STraceParameter(), const STraceParameter &p9 = STraceParameter(),
-                         const STraceParameter &p10 = STraceParameter(), const STraceParameter &p11 = STraceParameter(),
-                         const STraceParameter &p12 = STraceParameter());
-SAnsiString STraceHelper(const char *fmt, const STraceParameter &p1 = STraceParameter(),
-                         const STraceParameter &p2 = STraceParameter(), const STraceParameter &p3 = STraceParameter(),
-                         const STraceParameter &p4 = STraceParameter(), const STraceParameter &p5 = STraceParameter(),
-                         const STraceParameter &p6 = STraceParameter(), const STraceParameter &p7 = STraceParameter(),
-                         const STraceParameter &p8 = STraceParameter(), const STraceParameter &p9 = STraceParameter(),
-                         const STraceParameter &p10 = STraceParameter(), const STraceParameter &p11 = STraceParameter(),
-                         const STraceParameter &p12 = STraceParameter());
-SAnsiString STraceHelper(const unsigned short *fmt, const STraceParameter &p1 = STraceParameter(),
-                         const STraceParameter &p2 = STraceParameter(), const STraceParameter &p3 = STraceParameter(),
-                         const STraceParameter &p4 = STraceParameter(), const STraceParameter &p5 = STraceParameter(),
-                         const STraceParameter &p6 = STraceParameter(), const STraceParameter &p7 = STraceParameter(),
-                         const STraceParameter &p8 = STraceParameter(), const STraceParameter &p9 = STraceParameter(),
-                         const STraceParameter &p10 = STraceParameter(), const STraceParameter &p11 = STraceParameter(),
-                         const STraceParameter &p12 = STraceParameter());
+SAnsiString STraceHelper(const SAnsiString &fmt, TARNKIT_TRACE_PARAMETERS);
+SAnsiString STraceHelper(const char *fmt, TARNKIT_TRACE_PARAMETERS);
+SAnsiString STraceHelper(const unsigned short *fmt, TARNKIT_TRACE_PARAMETERS);
 
 // A general trace line with no file and line prefix. Does not ask ShouldTrace.
-void STrace(const char *fmt, const STraceParameter &p1 = STraceParameter(),
-            const STraceParameter &p2 = STraceParameter(), const STraceParameter &p3 = STraceParameter(),
-            const STraceParameter &p4 = STraceParameter(), const STraceParameter &p5 = STraceParameter(),
-            const STraceParameter &p6 = STraceParameter(), const STraceParameter &p7 = STraceParameter(),
-            const STraceParameter &p8 = STraceParameter(), const STraceParameter &p9 = STraceParameter(),
-            const STraceParameter &p10 = STraceParameter(), const STraceParameter &p11 = STraceParameter(),
-            const STraceParameter &p12 = STraceParameter());
-void STrace(const unsigned short *fmt, const STraceParameter &p1 = STraceParameter(),
-            const STraceParameter &p2 = STraceParameter(), const STraceParameter &p3 = STraceParameter(),
-            const STraceParameter &p4 = STraceParameter(), const STraceParameter &p5 = STraceParameter(),
-            const STraceParameter &p6 = STraceParameter(), const STraceParameter &p7 = STraceParameter(),
-            const STraceParameter &p8 = STraceParameter(), const STraceParameter &p9 = STraceParameter(),
-            const STraceParameter &p10 = STraceParameter(), const STraceParameter &p11 = STraceParameter(),
-            const STraceParameter &p12 = STraceParameter());
+void STrace(const char *fmt, TARNKIT_TRACE_PARAMETERS);
+void STrace(const unsigned short *fmt, TARNKIT_TRACE_PARAMETERS);
+
+#undef TARNKIT_TRACE_PARAMETERS
 
 // Decorates one message and hands it to the logger. A level-0 line reads
 // "(file:42): trace message: text"; other levels carry the bare message.
