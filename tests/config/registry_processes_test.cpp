@@ -1,6 +1,7 @@
 // The store shared by several processes: concurrent writers lose nothing and
 // readers see whole values; a writer killed inside a copy leaves all of it or
 // none; unreadable, read-only and damaged files fail softly with a trace.
+#include "support/forwardingstore.h"
 #include "config/registrystore.h"
 #include "support/testsupport.h"
 #include "tarnkit/registry.h"
@@ -102,18 +103,10 @@ TEST_F(RegistryProcessesTest, ConcurrentWritersLoseNothingAndReadersSeeWholeValu
 
 // Stops the process for good after a number of writes, so that it can be
 // killed in the middle of a transaction.
-class StallingStore : public IRegistryStore {
+class StallingStore : public TarnkitTest::ForwardingStore {
 public:
-    explicit StallingStore(int stallAfter, int signalFd) : m_left(stallAfter), m_fd(signalFd) {}
-    IRegistryStore &real = GetRegistryStore();
-    long OpenKey(HKEY r, const char *p, unsigned long a, HKEY *h) override { return real.OpenKey(r, p, a, h); }
-    long CreateKey(HKEY r, const char *p, unsigned long a, HKEY *h, unsigned long *d) override {
-        return real.CreateKey(r, p, a, h, d);
-    }
-    long CloseKey(HKEY k) override { return real.CloseKey(k); }
-    long QueryValue(HKEY k, const char *n, unsigned long *t, unsigned char *d, unsigned long *s) override {
-        return real.QueryValue(k, n, t, d, s);
-    }
+    explicit StallingStore(int stallAfter, int signalFd)
+        : ForwardingStore(TarnkitA201::GetRegistryStore()), m_left(stallAfter), m_fd(signalFd) {}
     long SetValue(HKEY k, const char *n, unsigned long t, const unsigned char *d, unsigned long s) override {
         if (--m_left == 0) {
             (void)!write(m_fd, "x", 1);
@@ -122,17 +115,6 @@ public:
         }
         return real.SetValue(k, n, t, d, s);
     }
-    long DeleteValue(HKEY k, const char *n) override { return real.DeleteValue(k, n); }
-    long EnumKey(HKEY k, uint32_t i, char *n, unsigned long *l) override { return real.EnumKey(k, i, n, l); }
-    long EnumValue(HKEY k, uint32_t i, char *n, unsigned long *l, unsigned long *t, unsigned char *d,
-                   unsigned long *s) override {
-        return real.EnumValue(k, i, n, l, t, d, s);
-    }
-    long DeleteKey(HKEY r, const char *p) override { return real.DeleteKey(r, p); }
-    long BeginTransaction(HKEY r) override { return real.BeginTransaction(r); }
-    long CommitTransaction(HKEY r) override { return real.CommitTransaction(r); }
-    long RollbackTransaction(HKEY r) override { return real.RollbackTransaction(r); }
-    long ConnectRemote(const char *m, HKEY r, HKEY *h) override { return real.ConnectRemote(m, r, h); }
 
 private:
     int m_left;

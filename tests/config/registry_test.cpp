@@ -1,5 +1,6 @@
 // The Registry class over the SQLite store: answers, defaults written back,
 // enumeration, copies, text conversion and the store files themselves.
+#include "support/forwardingstore.h"
 #include "config/registrystore.h"
 #include "config/sqliteregistrystore.h"
 #include "tarnkit/registry.h"
@@ -320,34 +321,18 @@ TEST_F(RegistryTest, LocaleTextIsStoredAsUtf8) {
 }
 
 // Passes everything to the real store, but refuses what a test names.
-class RefusingStore : public IRegistryStore {
+class RefusingStore : public TarnkitTest::ForwardingStore {
 public:
     long openResult = 0, setResult = 0, createResult = 0;
-    IRegistryStore &real = SqliteRegistryStore();
     long OpenKey(HKEY r, const char *p, unsigned long a, HKEY *h) override {
         return openResult != 0 ? openResult : real.OpenKey(r, p, a, h);
     }
     long CreateKey(HKEY r, const char *p, unsigned long a, HKEY *h, unsigned long *d) override {
         return createResult != 0 ? createResult : real.CreateKey(r, p, a, h, d);
     }
-    long CloseKey(HKEY k) override { return real.CloseKey(k); }
-    long QueryValue(HKEY k, const char *n, unsigned long *t, unsigned char *d, unsigned long *s) override {
-        return real.QueryValue(k, n, t, d, s);
-    }
     long SetValue(HKEY k, const char *n, unsigned long t, const unsigned char *d, unsigned long s) override {
         return setResult != 0 ? setResult : real.SetValue(k, n, t, d, s);
     }
-    long DeleteValue(HKEY k, const char *n) override { return real.DeleteValue(k, n); }
-    long EnumKey(HKEY k, uint32_t i, char *n, unsigned long *l) override { return real.EnumKey(k, i, n, l); }
-    long EnumValue(HKEY k, uint32_t i, char *n, unsigned long *l, unsigned long *t, unsigned char *d,
-                   unsigned long *s) override {
-        return real.EnumValue(k, i, n, l, t, d, s);
-    }
-    long DeleteKey(HKEY r, const char *p) override { return real.DeleteKey(r, p); }
-    long BeginTransaction(HKEY r) override { return real.BeginTransaction(r); }
-    long CommitTransaction(HKEY r) override { return real.CommitTransaction(r); }
-    long RollbackTransaction(HKEY r) override { return real.RollbackTransaction(r); }
-    long ConnectRemote(const char *m, HKEY r, HKEY *h) override { return real.ConnectRemote(m, r, h); }
 };
 
 TEST_F(RegistryTest, DeniedAccessIsReportedAndDefaultsAreNotHandedBack) {

@@ -1,6 +1,7 @@
 // The text form of the settings store: exact round trips, the notation an
 // administrator reads, refusal of malformed text without any change, and
 // all-or-nothing imports.
+#include "support/forwardingstore.h"
 #include "config/registrystore.h"
 #include "config/sqliteregistrystore.h"
 #include "tarnkit/registryexport.h"
@@ -259,31 +260,11 @@ TEST_F(RegistryExportTest, MalformedTextIsRefusedWithItsLineAndChangesNothing) {
 
 // Passes everything to the real store but refuses to write one value name,
 // as a full disk or a lost permission would half-way through a file.
-class FailingStore : public IRegistryStore {
+class FailingStore : public TarnkitTest::ForwardingStore {
 public:
-    IRegistryStore &real = SqliteRegistryStore();
-    long OpenKey(HKEY r, const char *p, unsigned long a, HKEY *k) override { return real.OpenKey(r, p, a, k); }
-    long CreateKey(HKEY r, const char *p, unsigned long a, HKEY *k, unsigned long *d) override {
-        return real.CreateKey(r, p, a, k, d);
-    }
-    long CloseKey(HKEY k) override { return real.CloseKey(k); }
-    long QueryValue(HKEY k, const char *n, unsigned long *t, unsigned char *d, unsigned long *s) override {
-        return real.QueryValue(k, n, t, d, s);
-    }
     long SetValue(HKEY k, const char *n, unsigned long t, const unsigned char *d, unsigned long s) override {
         return std::string(n) == "refused" ? 112 : real.SetValue(k, n, t, d, s);
     }
-    long DeleteValue(HKEY k, const char *n) override { return real.DeleteValue(k, n); }
-    long EnumKey(HKEY k, uint32_t i, char *n, unsigned long *l) override { return real.EnumKey(k, i, n, l); }
-    long EnumValue(HKEY k, uint32_t i, char *n, unsigned long *l, unsigned long *t, unsigned char *d,
-                   unsigned long *s) override {
-        return real.EnumValue(k, i, n, l, t, d, s);
-    }
-    long DeleteKey(HKEY r, const char *p) override { return real.DeleteKey(r, p); }
-    long BeginTransaction(HKEY r) override { return real.BeginTransaction(r); }
-    long CommitTransaction(HKEY r) override { return real.CommitTransaction(r); }
-    long RollbackTransaction(HKEY r) override { return real.RollbackTransaction(r); }
-    long ConnectRemote(const char *m, HKEY r, HKEY *k) override { return real.ConnectRemote(m, r, k); }
 };
 
 TEST_F(RegistryExportTest, AStoreFailureUndoesTheWholeImport) {
