@@ -11,14 +11,6 @@
 
 namespace TarnkitA201::Platform {
 
-namespace {
-
-// One system read or write moves at most this much; larger requests are
-// split so every chunk stays within what the kernel accepts.
-constexpr size_t MaxTransfer = 0x7ffff000;
-
-} // namespace
-
 int OpenForReading(const char *path, bool sequential, int &error) noexcept {
     int file;
     do
@@ -51,17 +43,12 @@ void CloseFile(int file) noexcept {
 bool ReadFully(int file, unsigned char *target, size_t size, size_t &bytesRead, int &error) noexcept {
     bytesRead = 0;
     while (bytesRead < size) {
-        size_t chunk = size - bytesRead < MaxTransfer ? size - bytesRead : MaxTransfer;
-        ssize_t got = ::read(file, target + bytesRead, chunk);
-        if (got < 0) {
-            if (errno == EINTR)
-                continue;
-            error = errno;
+        size_t got = 0;
+        if (!ReadSome(file, target + bytesRead, size - bytesRead, got, error))
             return false;
-        }
         if (got == 0)
             break;
-        bytesRead += static_cast<size_t>(got);
+        bytesRead += got;
     }
     return true;
 }
@@ -105,22 +92,7 @@ int OpenForWriting(const char *path, int libraryFlags, int libraryPermissions, i
 
 bool WriteFully(int file, const unsigned char *source, size_t size, int &error) noexcept {
     size_t written = 0;
-    while (written < size) {
-        size_t chunk = size - written < MaxTransfer ? size - written : MaxTransfer;
-        ssize_t put = ::write(file, source + written, chunk);
-        if (put < 0) {
-            if (errno == EINTR)
-                continue;
-            error = errno;
-            return false;
-        }
-        if (put == 0) {
-            error = ENOSPC;
-            return false;
-        }
-        written += static_cast<size_t>(put);
-    }
-    return true;
+    return WriteAll(file, source, size, written, error);
 }
 
 bool CloseWritten(int file, int &error) noexcept {
