@@ -982,19 +982,27 @@ long DeliverName(const std::string &stored, char *name, unsigned long *length) {
 }
 
 class SqliteStore final : public IRegistryStore {
-public:
-    long OpenKey(HKEY root, const char *path, unsigned long access, HKEY *result) override {
+    // The common start of opening and creating: the root's store and key,
+    // the path's names, and a connection able to read or write.
+    static long StartKeyAccess(HKEY root, const char *path, bool writing, HKEY *result, HandleEntry &base,
+                               std::vector<std::string> &segments, Connection *&connection) {
         if (result == nullptr)
             return InvalidParameter;
         *result = nullptr;
-        HandleEntry base{};
         long rc = ResolveKey(root, base);
-        std::vector<std::string> segments;
         if (rc == Success && !SplitPath(path, segments))
             rc = BadPathName;
-        Connection *connection = nullptr;
         if (rc == Success)
-            rc = Acquire(base.store, false, connection);
+            rc = Acquire(base.store, writing, connection);
+        return rc;
+    }
+
+public:
+    long OpenKey(HKEY root, const char *path, unsigned long access, HKEY *result) override {
+        HandleEntry base{};
+        std::vector<std::string> segments;
+        Connection *connection = nullptr;
+        long rc = StartKeyAccess(root, path, false, result, base, segments, connection);
         if (rc != Success)
             return rc;
         int64_t id = 0;
@@ -1008,17 +1016,10 @@ public:
 
     long CreateKey(HKEY root, const char *path, unsigned long access, HKEY *result,
                    unsigned long *disposition) override {
-        if (result == nullptr)
-            return InvalidParameter;
-        *result = nullptr;
         HandleEntry base{};
-        long rc = ResolveKey(root, base);
         std::vector<std::string> segments;
-        if (rc == Success && !SplitPath(path, segments))
-            rc = BadPathName;
         Connection *connection = nullptr;
-        if (rc == Success)
-            rc = Acquire(base.store, true, connection);
+        long rc = StartKeyAccess(root, path, true, result, base, segments, connection);
         if (rc != Success)
             return rc;
         if (connection->readOnly())
