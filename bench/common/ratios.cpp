@@ -60,7 +60,11 @@ public:
         for (const Timing &t : m_timings) {
             if (byCase.find(t.caseName) == byCase.end())
                 order.push_back(t.caseName);
-            byCase[t.caseName][t.impl] = t.nsPerIteration;
+            // Of repeated runs the fastest counts: on a shared machine the
+            // slower ones measure the neighbours.
+            auto [slot, fresh] = byCase[t.caseName].try_emplace(t.impl, t.nsPerIteration);
+            if (!fresh && t.nsPerIteration < slot->second)
+                slot->second = t.nsPerIteration;
         }
         std::printf("\nRatios (peer time / tarnkit time; above 1 means tarnkit is faster)\n");
         std::printf("%-44s %-12s %12s %12s %8s\n", "case", "peer", "tarnkit", "peer", "ratio");
