@@ -29,6 +29,7 @@ class CUTFConverter;
 template <class T>
 struct SStringBuffer {
     SInterlockedInt32s refCount;
+    uint32_t storageTag; // how the storage was had, for giving it back
     size_t length;
     size_t capacity; // units, terminator included; SIZE_MAX marks the immortal empty buffer
 
@@ -276,8 +277,12 @@ protected:
     }
     static void ReleaseBuffer(Buffer *b) noexcept {
         // The address test lets the compiler see that the empty buffer is
-        // never freed; the capacity mark is what the library relies on.
-        if (b != nullptr && b != &EmptyBuffer.header && !b->isStatic() && b->refCount.exchangeAdd(-1) == 1)
+        // never freed; the capacity mark is what the library relies on. A
+        // sole owner frees without the locked decrement, by the same
+        // reasoning as the ownership test before a write.
+        if (b == nullptr || b == &EmptyBuffer.header || b->isStatic())
+            return;
+        if (b->isSoleOwner() || b->refCount.exchangeAdd(-1) == 1)
             FreeBuffer(b);
     }
     static void FreeBuffer(Buffer *b) noexcept;
@@ -312,7 +317,7 @@ private:
 };
 
 template <class T, int F>
-constinit SEmptyStringBuffer<T> SString_t<T, F>::EmptyBuffer{{SInterlockedInt32s(-1), 0, SIZE_MAX}, 0};
+constinit SEmptyStringBuffer<T> SString_t<T, F>::EmptyBuffer{{SInterlockedInt32s(-1), 0, 0, SIZE_MAX}, 0};
 
 static_assert(offsetof(SEmptyStringBuffer<char>, zero) == sizeof(SStringBuffer<char>));
 static_assert(offsetof(SEmptyStringBuffer<unsigned short>, zero) == sizeof(SStringBuffer<unsigned short>));

@@ -1,5 +1,6 @@
 #include "tarnkit/sstringimpl.h"
 
+#include "strings/bufferpool.h"
 #include "strings/mbcs.h"
 #include "tarnkit/strace.h"
 
@@ -115,17 +116,18 @@ typename SString_t<T, F>::Buffer *SString_t<T, F>::allocBuffer(size_t n) {
     size_t capacity = n + kSlack;
     if (capacity < n || TooLarge<T>(capacity, sizeof(Buffer)))
         ThrowBadAllocation();
-    void *memory = std::malloc(sizeof(Buffer) + capacity * sizeof(T));
+    uint32_t tag;
+    void *memory = BufferPool::Take(sizeof(Buffer) + capacity * sizeof(T), tag);
     if (memory == nullptr)
         ThrowBadAllocation();
-    Buffer *b = new (memory) Buffer{SInterlockedInt32s(1), 0, capacity};
+    Buffer *b = new (memory) Buffer{SInterlockedInt32s(1), tag, 0, capacity};
     b->text()[0] = 0;
     return b;
 }
 
 template <class T, int F>
 void SString_t<T, F>::FreeBuffer(Buffer *b) noexcept {
-    std::free(static_cast<void *>(b));
+    BufferPool::Give(static_cast<void *>(b), b->storageTag);
 }
 
 template <class T, int F>
@@ -150,6 +152,7 @@ void SString_t<T, F>::copyOnWrite(size_t n) {
         if (grown == nullptr)
             ThrowBadAllocation(); // the old buffer is untouched
         m_buffer = static_cast<Buffer *>(grown);
+        m_buffer->storageTag = 0; // now the allocator's size, not a pool step
         m_buffer->capacity = n + 1;
         terminateBuffer(length);
         return;
@@ -186,6 +189,7 @@ T *SString_t<T, F>::growFor(size_t n) {
             if (grown == nullptr)
                 ThrowBadAllocation(); // the string keeps its old buffer
             m_buffer = static_cast<Buffer *>(grown);
+            m_buffer->storageTag = 0; // now the allocator's size, not a pool step
             m_buffer->capacity = capacity;
         } else {
             Buffer *fresh = allocBuffer(capacity);
