@@ -205,8 +205,20 @@ public:
 
     static SDateTime GetCurrentDateTime();
 
+    // Inline, so that the fields come back from the library in one register
+    // and a caller's own variables stay in registers.
     void GetDateTime(short &year, unsigned char &month, unsigned char &day, unsigned char &dayOfWeek,
-                     unsigned char &hour, unsigned char &minute, unsigned char &second, const STimeZone &zone) const;
+                     unsigned char &hour, unsigned char &minute, unsigned char &second,
+                     const STimeZone &zone) const {
+        const CivilFields f = civilFields(zone);
+        year = f.year;
+        month = f.month;
+        day = f.day;
+        dayOfWeek = f.dayOfWeek;
+        hour = f.hour;
+        minute = f.minute;
+        second = f.second;
+    }
     short GetYear(const STimeZone &zone) const;
     unsigned char GetMonth(const STimeZone &zone) const;
     unsigned char GetDay(const STimeZone &zone) const;
@@ -255,6 +267,12 @@ private:
     // The civil moment of the zone, stored as though it were UTC. Defined
     // with the zone internals of the library.
     inline SDateTime inZone(const STimeZone &zone) const noexcept;
+
+    struct CivilFields {
+        short year;
+        unsigned char month, day, dayOfWeek, hour, minute, second;
+    };
+    CivilFields civilFields(const STimeZone &zone) const;
 
     SDate m_date;
     STime m_time;

@@ -64,9 +64,11 @@ public:
 private:
     STimeZone() = default;
     friend struct ZoneBuilder;
+    friend struct ZoneView;
     friend class SDateTime;
 
     void prepare();
+    void fillSpans(Transitions &table) const;
     // Minutes to add to civil time for the moment key (UTC milliseconds
     // counted from day number 0), or the civil moment when !givenInUTC.
     inline int32_t offsetMinutesAt(__int64 key, int32_t dayNumber, bool givenInUTC) const noexcept;

@@ -112,23 +112,35 @@ struct Tables {
     static constexpr int kFirstYear = 1600; // the start of a 400-year cycle
     static constexpr int kYears = 1000;     // to 2599
     // Days fall into buckets of 2^kBucketShift, short enough that a bucket
-    // touches at most two years: the bucket names the earlier one and the
-    // offset in the bucket where the next begins (the bucket's size if it
-    // does not), so that finding the year is one load and one comparison.
+    // touches at most two years: the bucket names the earlier one, the day
+    // of that year it starts on, and the offset in the bucket where the
+    // next year begins (the bucket's size if it does not), so that finding
+    // the year and the day of the year is one load and one comparison.
     static constexpr int kBucketShift = 8;
     static constexpr int kBucketDays = 1 << kBucketShift;
     static constexpr int kBuckets = (kYears * 366 >> kBucketShift) + 1;
     struct Bucket {
         uint16_t year;
         uint16_t nextYearAt;
+        uint16_t firstDayOfYear;
+        uint8_t leap;
+        uint8_t nextLeap;
+    };
+    // The year, its leap flag and the day of the year of a day number.
+    struct YearDay {
+        int index;
+        int dayOfYear;
+        int leap;
     };
     int32_t yearStart[kYears + 1];          // day number of January 1
     Bucket buckets[kBuckets];
     uint16_t daysBefore[2][13];             // [leap][month - 1]; [12] is the year's length
     uint8_t monthOf[2][366];                // [leap][day of the year]
     uint8_t dayOf[2][366];
+    uint16_t monthDayOf[2][366];            // the month plus 256 times the day
+    uint16_t hourMinuteOf[1440];            // [minute of the day]: the hour plus 256 times the minute
 
-    constexpr Tables() noexcept : yearStart{}, buckets{}, daysBefore{}, monthOf{}, dayOf{} {
+    constexpr Tables() noexcept : yearStart{}, buckets{}, daysBefore{}, monthOf{}, dayOf{}, monthDayOf{}, hourMinuteOf{} {
         for (int i = 0; i <= kYears; ++i)
             yearStart[i] = static_cast<int32_t>(YMDToDay(kFirstYear + i, 1, 1));
         int year = 0;
@@ -137,8 +149,12 @@ struct Tables {
             while (year < kYears - 1 && yearStart[year + 1] <= first)
                 ++year;
             const __int64 next = year + 1 < kYears ? yearStart[year + 1] - first : kBucketDays;
-            buckets[b] = Bucket{static_cast<uint16_t>(year), static_cast<uint16_t>(next < kBucketDays ? next : kBucketDays)};
+            const auto leapOf = [&](int y) { return static_cast<uint8_t>(y < kYears && leapAt(y) ? 1 : 0); };
+            buckets[b] = Bucket{static_cast<uint16_t>(year), static_cast<uint16_t>(next < kBucketDays ? next : kBucketDays),
+                                static_cast<uint16_t>(first - yearStart[year]), leapOf(year), leapOf(year + 1)};
         }
+        for (int minute = 0; minute < 1440; ++minute)
+            hourMinuteOf[minute] = static_cast<uint16_t>(minute % 60 << 8 | minute / 60);
         for (int leap = 0; leap < 2; ++leap) {
             int total = 0;
             for (int m = 1; m <= 12; ++m) {
@@ -147,6 +163,7 @@ struct Tables {
                 for (int d = 1; d <= length; ++d) {
                     monthOf[leap][total] = static_cast<uint8_t>(m);
                     dayOf[leap][total] = static_cast<uint8_t>(d);
+                    monthDayOf[leap][total] = static_cast<uint16_t>(d << 8 | m);
                     ++total;
                 }
             }
@@ -156,6 +173,10 @@ struct Tables {
 
     constexpr bool coversDay(__int64 dayNumber) const noexcept {
         return dayNumber >= yearStart[0] && dayNumber < yearStart[kYears];
+    }
+    // Whether the day and the days either side of it are covered.
+    constexpr bool coversDayAndNeighbours(__int64 dayNumber) const noexcept {
+        return dayNumber > yearStart[0] && dayNumber < yearStart[kYears] - 1;
     }
     constexpr bool coversYear(int year) const noexcept { return year >= kFirstYear && year < kFirstYear + kYears; }
     constexpr bool leapAt(int index) const noexcept { return yearStart[index + 1] - yearStart[index] == 366; }
@@ -167,9 +188,29 @@ struct Tables {
         const Bucket b = buckets[offset >> kBucketShift];
         return b.year + ((offset & (kBucketDays - 1)) >= b.nextYearAt ? 1 : 0);
     }
+    // The same, with the day of the year and whether the year is leap.
+    constexpr YearDay yearDayOf(__int64 dayNumber) const noexcept {
+        const int offset = static_cast<int>(dayNumber - yearStart[0]);
+        const Bucket b = buckets[offset >> kBucketShift];
+        const int inBucket = offset & (kBucketDays - 1);
+        // Masks rather than branches: which year a day of a stream falls in
+        // is as good as random.
+        const int next = -static_cast<int>(inBucket >= b.nextYearAt);
+        return YearDay{b.year - next, b.firstDayOfYear + inBucket - (next & (b.firstDayOfYear + b.nextYearAt)),
+                       b.leap ^ ((b.leap ^ b.nextLeap) & next)};
+    }
 };
 
 inline constexpr Tables kTables{};
+
+// DayOfWeek of a day the tables cover (all positive), by one multiply that
+// divides any 32-bit value by 7 exactly, rather than the longer sequence the
+// compiler must emit for a signed value.
+constexpr unsigned WeekdayOfTableDay(int32_t dayNumber) noexcept {
+    const uint64_t shifted = static_cast<uint32_t>(dayNumber + 2);
+    const uint64_t weeks = shifted * 4908534053ull >> 35; // 4908534053 = (2^35 + 3) / 7
+    return static_cast<unsigned>(shifted - weeks * 7);
+}
 
 // DayToCivil, through the tables where they reach.
 inline Civil DayToCivilFast(__int64 dayNumber) noexcept {

@@ -7,6 +7,7 @@
 
 #include "time/datepattern.h"
 
+#include "foundation/threadlocal.h"
 #include "tarnkit/stimezone.h"
 #include "time/calendar.h"
 #include "time/datenames.h"
@@ -220,26 +221,29 @@ void Compile(const char *pattern, Compiled &out) {
 
 namespace {
 
+// The pattern the thread last found, when it is ASCII: most threads format
+// with one pattern at a time, and that one is then found by one comparison.
+struct LastPattern {
+    const char *text;
+    const Compiled *compiled;
+};
+
 // Compiled patterns of one thread, looked up by their text. An ASCII
 // pattern compiles the same way in every locale; any other is read by the
 // locale's multibyte encoding, which is then part of its key.
 class PatternCache {
 public:
-    // Null for a pattern too long to keep.
-    const Compiled *get(const char *pattern) {
-        if (m_slots[m_last].matches(pattern))
-            return &m_slots[m_last].compiled;
+    // Null for a pattern too long to keep. Points last at what it found.
+    const Compiled *get(const char *pattern, LastPattern &last) {
         for (size_t i = 0; i < kSlots; ++i) {
-            if (m_slots[i].matches(pattern)) {
-                m_last = i;
-                return &m_slots[i].compiled;
-            }
+            if (m_slots[i].matches(pattern))
+                return found(m_slots[i], last);
         }
+        last = LastPattern{nullptr, nullptr}; // its slot may be the one reused
         const Kind kind = KindOf(pattern);
         if (kind == Kind::TooLong)
             return nullptr;
         Slot &slot = m_slots[m_next];
-        m_last = m_next;
         m_next = (m_next + 1) % kSlots;
         slot.used = false; // until compiled, should compiling throw
         slot.text.assign(pattern);
@@ -247,7 +251,7 @@ public:
         slot.codeset.assign(slot.multibyte ? CurrentCodeset() : "");
         Compile(pattern, slot.compiled);
         slot.used = true;
-        return &slot.compiled;
+        return found(slot, last);
     }
 
 private:
@@ -285,8 +289,12 @@ private:
         return Kind::TooLong;
     }
 
+    static const Compiled *found(const Slot &slot, LastPattern &last) {
+        last = slot.multibyte ? LastPattern{nullptr, nullptr} : LastPattern{slot.text.c_str(), &slot.compiled};
+        return &slot.compiled;
+    }
+
     std::array<Slot, kSlots> m_slots;
-    size_t m_last = 0;
     size_t m_next = 0;
 };
 
@@ -298,15 +306,18 @@ private:
 // copy rather than evict the pattern the outer one is walking.
 struct CacheSlot {
     PatternCache *cache;
+    LastPattern last;
     bool retired;
     bool busy;
 };
-thread_local CacheSlot t_cacheSlot{nullptr, false, false};
+// Every Format reads this slot.
+TARNKIT_HOT_TLS thread_local CacheSlot t_cacheSlot{nullptr, {nullptr, nullptr}, false, false};
 
 struct CacheOwner {
     ~CacheOwner() {
         delete t_cacheSlot.cache;
         t_cacheSlot.cache = nullptr;
+        t_cacheSlot.last = LastPattern{nullptr, nullptr};
         t_cacheSlot.retired = true;
     }
 };
@@ -323,10 +334,13 @@ PatternCache *ThreadCache() {
 } // namespace
 
 const Compiled *Lookup(const char *pattern) {
-    if (t_cacheSlot.busy)
+    CacheSlot &slot = t_cacheSlot;
+    if (slot.busy)
         return nullptr;
+    if (slot.last.text != nullptr && std::strcmp(slot.last.text, pattern) == 0)
+        return slot.last.compiled;
     PatternCache *cache = ThreadCache();
-    return cache != nullptr ? cache->get(pattern) : nullptr;
+    return cache != nullptr ? cache->get(pattern, slot.last) : nullptr;
 }
 
 CacheBusy::CacheBusy() noexcept : m_wasBusy(t_cacheSlot.busy) { t_cacheSlot.busy = true; }
@@ -531,7 +545,42 @@ SAnsiString Write(const Compiled &pattern, const Fields &f, NameList *names) {
 
 } // namespace
 
-SAnsiString RenderFixedWidth(const Compiled &pattern, int year, int month, int day, int32_t msOfDay) {
+namespace {
+
+// The number, 0 to 99, a template's patch shows. Worked out per patch: a
+// pattern names a few of the values, and the same ones at every call, so
+// the branch is foreseen.
+unsigned PatchValue(Compiled::Value value, const ZoneCore::LocalCivil &civil) noexcept {
+    switch (value) {
+    case Compiled::Day:
+        return civil.monthDay >> 8;
+    case Compiled::Month:
+        return civil.monthDay & 0xFFu;
+    case Compiled::YearLow:
+        return static_cast<unsigned>(civil.year) % 100u;
+    case Compiled::YearHigh:
+        return static_cast<unsigned>(civil.year) / 100u;
+    case Compiled::Hour:
+        return civil.hourMinute & 0xFFu;
+    case Compiled::Hour12: {
+        const unsigned hour = (civil.hourMinute & 0xFFu) % 12u;
+        return hour == 0 ? 12u : hour;
+    }
+    case Compiled::Minute:
+        return civil.hourMinute >> 8;
+    case Compiled::Second:
+        return civil.second;
+    case Compiled::MsTens:
+        return civil.millisecond / 10u;
+    case Compiled::MsLow:
+    default:
+        return civil.millisecond % 100u;
+    }
+}
+
+} // namespace
+
+SAnsiString RenderFixedWidth(const Compiled &pattern, const ZoneCore::LocalCivil &civil) {
     const size_t length = pattern.templateText.size() - Compiled::kLiteralPadding;
     if (length == 0)
         return SAnsiString();
@@ -540,21 +589,8 @@ SAnsiString RenderFixedWidth(const Compiled &pattern, int year, int month, int d
     const char *const text = pattern.templateText.data();
     for (size_t i = 0; i < length; i += kLiteralChunk)
         std::memcpy(out + i, text + i, kLiteralChunk);
-    const uint32_t ms = static_cast<uint32_t>(msOfDay), hour = ms / 3600000u, millisecond = ms % 1000u;
-    const unsigned values[Compiled::kValues] = {
-        static_cast<unsigned>(day),
-        static_cast<unsigned>(month),
-        static_cast<unsigned>(year) % 100u,
-        static_cast<unsigned>(year) / 100u,
-        hour,
-        hour % 12u == 0 ? 12u : hour % 12u,
-        ms / 60000u % 60u,
-        ms / 1000u % 60u,
-        millisecond / 10u,
-        millisecond % 100u,
-    };
     for (const Compiled::Patch &patch : pattern.patches)
-        std::memcpy(out + patch.offset, kDigitPairs + 2 * values[patch.value], 2);
+        std::memcpy(out + patch.offset, kDigitPairs + 2 * PatchValue(patch.value, civil), 2);
     result.close(length);
     return SAnsiString(static_cast<SAnsiString &&>(result));
 }
@@ -573,12 +609,11 @@ SAnsiString SDateTime::Format(const char *pattern, const STimeZone &zone) const 
     if (pattern == nullptr)
         return SAnsiString();
     const DatePattern::Compiled *cached = DatePattern::Lookup(pattern);
-    const ZoneCore::ZoneView view{zone.m_standardOffset, zone.m_daylightOffset, zone.m_dstEnabled && zone.m_rulesUsable,
-                                  zone.m_cache.get()};
+    const ZoneView view(zone);
     ZoneCore::LocalCivil civil;
     const bool usual = ZoneCore::FastLocalCivil(m_date.GetDayNumber(), m_time.GetRawValue(), view, civil);
     if (usual && cached != nullptr && cached->fixedWidth) [[likely]]
-        return DatePattern::RenderFixedWidth(*cached, civil.year, civil.month, civil.day, civil.milliseconds);
+        return DatePattern::RenderFixedWidth(*cached, civil);
 
     DatePattern::Fields f;
     f.hasEra = m_date.IsValid(); // the era of the stored UTC day: the zone does not move eras
@@ -586,10 +621,13 @@ SAnsiString SDateTime::Format(const char *pattern, const STimeZone &zone) const 
     if (usual) {
         f.hasDate = f.hasTime = true;
         f.year = civil.year;
-        f.month = civil.month;
-        f.day = civil.day;
-        f.dayOfWeek = civil.dayOfWeek;
-        f.setTime(civil.milliseconds);
+        f.month = civil.month();
+        f.day = civil.day();
+        f.dayOfWeek = static_cast<int>(civil.dayOfWeek);
+        f.hour = civil.hour();
+        f.minute = civil.minute();
+        f.second = static_cast<int>(civil.second);
+        f.millisecond = static_cast<int>(civil.millisecond);
     } else {
         const SDateTime local = inZone(zone);
         if (local.m_date.IsValid()) {

@@ -8,6 +8,10 @@
 #include <string>
 #include <vector>
 
+namespace TarnkitA201::ZoneCore {
+struct LocalCivil;
+}
+
 namespace TarnkitA201::DatePattern {
 
 enum class Step : uint8_t {
@@ -94,8 +98,7 @@ private:
 
 SAnsiString Render(const Compiled &pattern, const Fields &fields);
 
-// A fixed-width pattern's text for a date of the calendar tables' years and
-// a time of day within the day.
-SAnsiString RenderFixedWidth(const Compiled &pattern, int year, int month, int day, int32_t msOfDay);
+// A fixed-width pattern's text for fields of the calendar tables' years.
+SAnsiString RenderFixedWidth(const Compiled &pattern, const ZoneCore::LocalCivil &civil);
 
 } // namespace TarnkitA201::DatePattern

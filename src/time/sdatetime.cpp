@@ -6,6 +6,9 @@
 #include "time/calendar.h"
 #include "time/zonecore.h"
 
+#include <cstddef>
+#include <cstring>
+
 namespace TarnkitA201 {
 
 SDateTime::SDateTime(short year, unsigned char month, unsigned char day, unsigned char hour, unsigned char minute,
@@ -78,38 +81,42 @@ STimeSpan SDateTime::operator-(const SDateTime &datetime) const {
     return STimeSpan(days * Calendar::kMsPerDay + m_time.GetRawValue() - datetime.m_time.GetRawValue());
 }
 
-void SDateTime::GetDateTime(short &year, unsigned char &month, unsigned char &day, unsigned char &dayOfWeek,
-                            unsigned char &hour, unsigned char &minute, unsigned char &second,
-                            const STimeZone &zone) const {
+namespace {
+
+// Moments the fast path leaves out, through the general conversions. Out of
+// line, so that the common path keeps a small frame.
+template <class Fields>
+TARNKIT_TIME_COLD Fields GeneralCivilFields(const SDateTime &when, const STimeZone &zone) {
+    const SDate date = when.GetDate(zone);
+    const STime time = when.GetTime(zone);
+    TARNKIT_ASSERT(date.IsValid() && time.IsValid());
+    const int32_t dayNumber = date.GetDayNumber();
+    const Calendar::Civil c = Calendar::DayToCivilFast(dayNumber);
+    const int32_t ms = time.GetRawValue();
+    return Fields{static_cast<short>(c.year),
+                  static_cast<unsigned char>(c.month),
+                  static_cast<unsigned char>(c.day),
+                  static_cast<unsigned char>(Calendar::DayOfWeek(dayNumber)),
+                  static_cast<unsigned char>(ms / 3600000),
+                  static_cast<unsigned char>(ms % 3600000 / 60000),
+                  static_cast<unsigned char>(ms % 60000 / 1000)};
+}
+
+} // namespace
+
+SDateTime::CivilFields SDateTime::civilFields(const STimeZone &zone) const {
     ZoneCore::LocalCivil civil;
-    const ZoneCore::ZoneView view{zone.m_standardOffset, zone.m_daylightOffset, zone.m_dstEnabled && zone.m_rulesUsable,
-                                  zone.m_cache.get()};
-    if (!ZoneCore::FastLocalCivil(m_date.GetDayNumber(), m_time.GetRawValue(), view, civil)) [[unlikely]] {
-        // Out of line, so that the common path keeps a small frame.
-        const auto general = [&]() TARNKIT_TIME_COLD {
-            const SDateTime local = inZone(zone);
-            TARNKIT_ASSERT(local.IsValid());
-            const int32_t dayNumber = local.m_date.GetDayNumber();
-            const Calendar::Civil c = Calendar::DayToCivilFast(dayNumber);
-            year = static_cast<short>(c.year);
-            month = static_cast<unsigned char>(c.month);
-            day = static_cast<unsigned char>(c.day);
-            dayOfWeek = static_cast<unsigned char>(Calendar::DayOfWeek(dayNumber));
-            const int32_t ms = local.m_time.GetRawValue();
-            hour = static_cast<unsigned char>(ms / 3600000);
-            minute = static_cast<unsigned char>(ms % 3600000 / 60000);
-            second = static_cast<unsigned char>(ms % 60000 / 1000);
-        };
-        general();
-        return;
-    }
-    year = static_cast<short>(civil.year);
-    month = static_cast<unsigned char>(civil.month);
-    day = static_cast<unsigned char>(civil.day);
-    dayOfWeek = static_cast<unsigned char>(civil.dayOfWeek);
-    hour = static_cast<unsigned char>(civil.hour());
-    minute = static_cast<unsigned char>(civil.minute());
-    second = static_cast<unsigned char>(civil.second());
+    const ZoneView view(zone);
+    if (!ZoneCore::FastLocalCivil(m_date.GetDayNumber(), m_time.GetRawValue(), view, civil)) [[unlikely]]
+        return GeneralCivilFields<CivilFields>(*this, zone);
+    // The pairs from the tables already sit in the order of the fields.
+    const uint64_t packed = static_cast<uint16_t>(civil.year) | static_cast<uint64_t>(civil.monthDay) << 16 |
+                            static_cast<uint64_t>(civil.dayOfWeek) << 32 |
+                            static_cast<uint64_t>(civil.hourMinute) << 40 | static_cast<uint64_t>(civil.second) << 56;
+    CivilFields f;
+    static_assert(sizeof f == sizeof packed && offsetof(CivilFields, month) == 2 && offsetof(CivilFields, hour) == 5);
+    std::memcpy(&f, &packed, sizeof f);
+    return f;
 }
 
 short SDateTime::GetYear(const STimeZone &zone) const { return inZone(zone).m_date.GetYear(); }

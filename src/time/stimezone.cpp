@@ -7,6 +7,8 @@
 
 #include <climits>
 #include <cstdio>
+#include <algorithm>
+#include <array>
 #include <new>
 
 namespace TarnkitA201 {
@@ -158,7 +160,53 @@ void STimeZone::prepare() {
     for (int i = 0; i < Transitions::kYears; ++i)
         ZoneCore::YearTransitionKeys(Transitions::kFirstYear + i, m_start, m_end, m_standardOffset, m_daylightOffset,
                                      cache->start[i], cache->end[i]);
-    m_cache = std::move(cache);
+    // The spans read the yearly keys through inDSTAt, which finds them here.
+    m_cache = cache;
+    fillSpans(*cache);
+}
+
+// Each span's offsets follow inDSTAt exactly: within a span the offset can
+// change only at a transition key or at the start of a UTC year, when the
+// next year's keys take over, so the offset is sampled at the span's start
+// and at each such moment inside it.
+void STimeZone::fillSpans(Transitions &table) const {
+    constexpr int32_t kMinutesPerDay = 1440;
+    table.firstDay = Calendar::kTables.yearStart[Transitions::kFirstIndex];
+    table.spansUsable = m_standardOffset > -kMinutesPerDay && m_standardOffset < kMinutesPerDay &&
+                        m_daylightOffset > -kMinutesPerDay && m_daylightOffset < kMinutesPerDay;
+    const __int64 origin = Calendar::MomentKey(table.firstDay, 0);
+    const auto offsetAt = [this](__int64 key) {
+        const int32_t day = static_cast<int32_t>(Calendar::FloorDiv(key, Calendar::kMsPerDay));
+        return static_cast<int16_t>(offsetMinutesAt(key, day, true));
+    };
+    for (int j = 0; j < Transitions::kSpans; ++j) {
+        const int32_t firstDay = table.firstDay + (j << Transitions::kSpanShift);
+        const __int64 from = Calendar::MomentKey(firstDay, 0);
+        const __int64 to = Calendar::MomentKey(firstDay + (1 << Transitions::kSpanShift), 0);
+        std::array<__int64, 9> moments;
+        const int firstYear = static_cast<int>(Calendar::DayToCivil(firstDay).year);
+        for (int k = 0; k < 3; ++k) {
+            const int year = firstYear - 1 + k;
+            ZoneCore::YearTransitionKeys(year, m_start, m_end, m_standardOffset, m_daylightOffset, moments[3 * k],
+                                         moments[3 * k + 1]);
+            moments[3 * k + 2] = Calendar::MomentKey(static_cast<int32_t>(Calendar::YMDToDay(year, 1, 1)), 0);
+        }
+        std::sort(moments.begin(), moments.end());
+        Transitions::Span span{INT32_MAX, offsetAt(from), offsetAt(from)};
+        int changes = 0;
+        for (const __int64 moment : moments) {
+            if (moment <= from || moment >= to)
+                continue;
+            const int16_t offset = offsetAt(moment);
+            if (offset == span.after)
+                continue;
+            span.change = static_cast<int32_t>((moment - origin) / ZoneCore::kMsPerMinute);
+            span.after = offset;
+            ++changes;
+        }
+        table.spansUsable = table.spansUsable && changes <= 1;
+        table.spans[j] = span;
+    }
 }
 
 void ZoneCore::YearTransitionKeys(int year, const STimeZone::Transition &start, const STimeZone::Transition &end,

@@ -7,16 +7,39 @@
 #include "tarnkit/stimezone.h"
 #include "time/calendar.h"
 
+#include <climits>
+
 namespace TarnkitA201 {
 
 // Transition moments, as UTC millisecond keys, for the years of the shared
 // year table. Built once per zone when daylight time can be in force.
+//
+// Beside them the same years are cut into spans of 64 UTC days, each with
+// the offset in force at its start and the minute it changes, if it does:
+// finding a moment's offset is then one load and one comparison, without
+// first finding its year. Transitions fall on whole minutes, so comparing
+// minutes gives what comparing milliseconds would.
 struct STimeZone::Transitions {
     static constexpr int kFirstYear = 1900;
     static constexpr int kYears = 300;
     static constexpr int kFirstIndex = kFirstYear - Calendar::Tables::kFirstYear; // in the calendar tables
+    static constexpr int kSpanShift = 6;
+    static constexpr int kSpans = ((Calendar::kTables.yearStart[kFirstIndex + kYears] -
+                                    Calendar::kTables.yearStart[kFirstIndex]) >> kSpanShift) + 1;
+
+    struct Span {
+        int32_t change; // minutes from the first span's start; past every moment if none
+        int16_t before; // the offset from the span's start
+        int16_t after;
+    };
+
     __int64 start[kYears];
     __int64 end[kYears];
+    // Whether the spans serve: both offsets are under a day and no span
+    // holds two changes. Otherwise every moment goes the general way.
+    bool spansUsable;
+    int32_t firstDay; // of the first span
+    Span spans[kSpans];
 };
 
 namespace ZoneCore {
@@ -132,85 +155,93 @@ inline SDateTime SDateTime::inZone(const STimeZone &zone) const noexcept {
 
 namespace TarnkitA201::ZoneCore {
 
-// What the fast path needs of a zone, read by the friends of STimeZone.
+} // namespace TarnkitA201::ZoneCore
+
+namespace TarnkitA201 {
+
+// What the fast path needs of a zone.
 struct ZoneView {
+    explicit ZoneView(const STimeZone &zone) noexcept
+        : standardOffset(zone.m_standardOffset), table(zone.m_cache.get()) {}
+
     int16_t standardOffset;
-    int16_t daylightOffset;
-    // Daylight time can be in force; table then holds its transitions, or is
-    // null when the zone was never prepared.
-    bool daylight;
+    // Daylight time can be in force exactly when a zone has its table.
     const STimeZone::Transitions *table;
 };
 
-// Civil fields of a moment in a zone.
-struct LocalCivil {
-    int year, month, day, dayOfWeek;
-    int32_t milliseconds; // of the day
+} // namespace TarnkitA201
 
-    // The time of day's fields; milliseconds lie within the day, so unsigned
-    // division serves, and each field comes straight from the milliseconds
-    // rather than from the one before it.
-    int hour() const noexcept { return static_cast<int>(ms() / 3600000u); }
-    int minute() const noexcept { return static_cast<int>(ms() / 60000u % 60u); }
-    int second() const noexcept { return static_cast<int>(ms() / 1000u % 60u); }
-    int millisecond() const noexcept { return static_cast<int>(ms() % 1000u); }
-    uint32_t ms() const noexcept { return static_cast<uint32_t>(milliseconds); }
+namespace TarnkitA201::ZoneCore {
+
+// Civil fields of a moment in a zone, some in pairs as the calendar tables
+// hold them.
+struct LocalCivil {
+    int year;
+    unsigned monthDay;   // the month plus 256 times the day
+    unsigned dayOfWeek;
+    unsigned hourMinute; // the hour plus 256 times the minute
+    unsigned second;
+    unsigned millisecond;
+
+    int month() const noexcept { return static_cast<int>(monthDay & 0xFFu); }
+    int day() const noexcept { return static_cast<int>(monthDay >> 8); }
+    int hour() const noexcept { return static_cast<int>(hourMinute & 0xFFu); }
+    int minute() const noexcept { return static_cast<int>(hourMinute >> 8); }
 };
 
 // The zone's civil fields of a valid moment in the years both the calendar
-// and the zone's tables cover: the year is found once and serves both the
-// daylight test and the civil date. False for any other moment, which the
-// general path then takes; it gives the same fields for these.
-inline bool FastLocalCivil(int32_t dayNumber, int32_t milliseconds, const ZoneView &zone, LocalCivil &out) noexcept {
+// and the zone's spans cover. False for any other moment, which the general
+// path then takes; it gives the same fields for these.
+//
+// Offsets are whole minutes, so they move only the minute of the day and,
+// near midnight, the day; the seconds are read straight from the moment.
+__attribute__((always_inline)) inline bool FastLocalCivil(int32_t dayNumber, int32_t milliseconds,
+                                                          const ZoneView &zone, LocalCivil &out) noexcept {
+    using Spans = STimeZone::Transitions;
+    constexpr int32_t kMinutesPerDay = 1440;
     const auto &tables = Calendar::kTables;
-    if (!tables.coversDay(dayNumber) || static_cast<uint32_t>(milliseconds) >= Calendar::kMsPerDay) [[unlikely]]
+    if (static_cast<uint32_t>(milliseconds) >= Calendar::kMsPerDay) [[unlikely]]
         return false;
-    int i = tables.indexOf(dayNumber);
-    // The civil date of the UTC day, read while the offset is still being
-    // worked out: the two do not wait on each other, and the offset moves
-    // the day only for moments near midnight.
-    int dayOfYear = dayNumber - tables.yearStart[i];
-    int yearLength = tables.yearStart[i + 1] - tables.yearStart[i];
-    int leap = yearLength - 365;
-    int month = tables.monthOf[leap][dayOfYear];
-    int day = tables.dayOf[leap][dayOfYear];
+    const uint32_t utcMinute = static_cast<uint32_t>(milliseconds) / 60000u;
+    const uint32_t msOfMinute = static_cast<uint32_t>(milliseconds) - utcMinute * 60000u;
 
-    int32_t minutes = zone.standardOffset;
-    if (zone.daylight) {
-        const unsigned k = static_cast<unsigned>(i - STimeZone::Transitions::kFirstIndex);
-        if (zone.table == nullptr || k >= static_cast<unsigned>(STimeZone::Transitions::kYears)) [[unlikely]]
+    int32_t offset = zone.standardOffset;
+    if (zone.table != nullptr) {
+        if (!zone.table->spansUsable) [[unlikely]]
             return false;
-        const __int64 key = Calendar::MomentKey(dayNumber, milliseconds);
-        const __int64 start = zone.table->start[k], end = zone.table->end[k];
-        const bool afterStart = key >= start, beforeEnd = key < end;
-        const bool inDaylight = start > end ? (afterStart | beforeEnd) : (afterStart & beforeEnd);
-        minutes = inDaylight ? zone.daylightOffset : zone.standardOffset;
-    }
-    const int32_t shift = minutes * static_cast<int32_t>(kMsPerMinute);
-    if (shift <= -Calendar::kMsPerDay || shift >= Calendar::kMsPerDay) [[unlikely]]
+        const uint32_t fromFirst = static_cast<uint32_t>(dayNumber) - static_cast<uint32_t>(zone.table->firstDay);
+        const uint32_t span = fromFirst >> Spans::kSpanShift;
+        if (span >= static_cast<uint32_t>(Spans::kSpans)) [[unlikely]]
+            return false;
+        const Spans::Span s = zone.table->spans[span];
+        // Without a branch: which side of the change a moment falls on is
+        // as good as random over a stream of moments.
+        const int32_t minute = static_cast<int32_t>(fromFirst * kMinutesPerDay + utcMinute);
+        const int32_t afterChange = -static_cast<int32_t>(minute >= s.change);
+        offset = s.before ^ ((s.before ^ s.after) & afterChange);
+    } else if (offset <= -kMinutesPerDay || offset >= kMinutesPerDay || !tables.coversDayAndNeighbours(dayNumber))
+        [[unlikely]] {
         return false;
-    int32_t localMs = milliseconds - shift;
-    const int carry = (localMs >= Calendar::kMsPerDay ? 1 : 0) - (localMs < 0 ? 1 : 0);
-    localMs -= carry * static_cast<int32_t>(Calendar::kMsPerDay);
-    const int32_t localDay = dayNumber + carry;
-    if (carry != 0) {
-        dayOfYear += carry;
-        // Near New Year the day moves into the next or last year.
-        if (static_cast<unsigned>(dayOfYear) >= static_cast<unsigned>(yearLength)) {
-            i += carry;
-            if (i < 0 || i >= Calendar::Tables::kYears)
-                return false;
-            dayOfYear = localDay - tables.yearStart[i];
-            leap = tables.yearStart[i + 1] - tables.yearStart[i] - 365;
-        }
-        month = tables.monthOf[leap][dayOfYear];
-        day = tables.dayOf[leap][dayOfYear];
     }
-    out.year = Calendar::Tables::kFirstYear + i;
-    out.month = month;
-    out.day = day;
-    out.dayOfWeek = static_cast<int>(static_cast<uint32_t>(localDay + 2) % 7); // the table's days are positive
-    out.milliseconds = localMs;
+    const Calendar::Tables::YearDay utcYearDay = tables.yearDayOf(dayNumber);
+    // The day either side of a covered day is covered too, and the spans'
+    // years lie well inside the calendar's.
+    int32_t localMinute = static_cast<int32_t>(utcMinute) - offset;
+    const int carry = (localMinute >= kMinutesPerDay ? 1 : 0) - (localMinute < 0 ? 1 : 0);
+    localMinute -= carry * kMinutesPerDay;
+    const int32_t localDay = dayNumber + carry;
+    // The UTC day's place in its year does not wait for the offset; the
+    // carry then moves it, and only next to New Year into another year.
+    Calendar::Tables::YearDay y = utcYearDay;
+    y.dayOfYear += carry;
+    if (static_cast<unsigned>(y.dayOfYear) >= static_cast<unsigned>(365 + y.leap)) [[unlikely]]
+        y = tables.yearDayOf(localDay);
+    out.year = Calendar::Tables::kFirstYear + y.index;
+    out.monthDay = tables.monthDayOf[y.leap][y.dayOfYear];
+    out.dayOfWeek = Calendar::WeekdayOfTableDay(localDay);
+    out.hourMinute = tables.hourMinuteOf[localMinute];
+    out.second = msOfMinute / 1000u;
+    out.millisecond = msOfMinute - out.second * 1000u;
     return true;
 }
 

@@ -4,6 +4,7 @@
 #include "support/testsupport.h"
 #include "tarnkit/sdatetime.h"
 #include "tarnkit/stimezone.h"
+#include "time/calendar.h"
 
 #include <chrono>
 #include <cmath>
@@ -59,6 +60,24 @@ TEST(Calendar, GregorianDaysMatchChronoCivilDates) {
         if (SDate::FromDayNumber(n).GetDayOfWeek() != chr::weekday(sys).c_encoding())
             FAIL() << "weekday of " << n;
     }
+}
+
+TEST(Calendar, LookupTablesAgreeWithTheFormulas) {
+    // Every day the tables cover, read the way the zoned fast path reads it.
+    const auto &tables = Calendar::kTables;
+    for (int32_t n = tables.yearStart[0]; n < tables.yearStart[Calendar::Tables::kYears]; ++n) {
+        const Calendar::Civil civil = Calendar::DayToCivil(n);
+        const Calendar::Tables::YearDay y = tables.yearDayOf(n);
+        const unsigned monthDay = tables.monthDayOf[y.leap][y.dayOfYear];
+        const bool same = Calendar::Tables::kFirstYear + y.index == civil.year &&
+                          static_cast<int>(monthDay & 0xFF) == civil.month && static_cast<int>(monthDay >> 8) == civil.day;
+        if (!same)
+            FAIL() << "day " << n;
+        if (static_cast<int>(Calendar::WeekdayOfTableDay(n)) != Calendar::DayOfWeek(n))
+            FAIL() << "weekday of " << n;
+    }
+    for (int minute = 0; minute < 1440; ++minute)
+        ASSERT_EQ(tables.hourMinuteOf[minute], (minute % 60) << 8 | minute / 60);
 }
 
 TEST(Calendar, JulianPartMatchesJulianFormulaAndIsContiguous) {

@@ -28,6 +28,9 @@ const char *const kZoneRules[] = {
     "LINT,-840",
     "FAR,1500",                  // an offset of more than a day
     "ODD,-60,ODDS,-60;13.1.0,4.1.0", // no real transition: never daylight time
+    "BRIEF,-120,BRIEFS,-60;5.1.0/02:00,6.1.0/02:00",  // a month of daylight time
+    "WINTRY,300,WINTRYS,-60;2.1.0/02:00,12.2.0/02:00", // a short standard season
+    "WEST,600,WESTS,-90;1.1.0/00:00,12.5.6/23:45",     // changes at the turn of the year
 };
 
 SDateTime FromUnix(long long seconds, int ms = 0) {
@@ -111,6 +114,32 @@ TEST(FastPaths, ZonedFieldsAgreeWithTheGeneralGetters) {
             const bool offset = when.GetDate(zone) == (when - zone.UTCOffset(when)).GetUTCDate();
             if ((!same || !offset) && ++mismatches <= 3)
                 ADD_FAILURE() << rule << " at " << Formatted(when, "yyyy-MM-dd HH:mm:ss", STimeZone::TZ_UTC());
+        }
+    }
+}
+
+TEST(FastPaths, ZonedFieldsAgreeAroundEveryQuarterHourOfEdgeYears) {
+    // Every rule's transitions fall on quarter hours: each is met exactly
+    // and a millisecond before, in the years at the ends of the zone tables
+    // and in a few ordinary ones.
+    for (const char *rule : kZoneRules) {
+        const STimeZone zone{SAnsiString(rule)};
+        int mismatches = 0;
+        for (int year : {1899, 1900, 1971, 2024, 2199, 2200}) {
+            const SDateTime first(static_cast<short>(year), 1, 1, 0, 0, 0, 0, STimeZone::TZ_UTC());
+            for (long long quarter = -8; quarter < 366 * 96 + 8; ++quarter)
+                for (long long ms : {-1LL, 0LL}) {
+                    const SDateTime when = first + STimeSpan(quarter * 900000 + ms);
+                    short y;
+                    unsigned char mo, d, wd, h, mi, s;
+                    when.GetDateTime(y, mo, d, wd, h, mi, s, zone);
+                    const SDate date = when.GetDate(zone);
+                    const STime time = when.GetTime(zone);
+                    const bool same = date == SDate(y, mo, d) && wd == date.GetDayOfWeek() &&
+                                      time.GetRawValue() == ((h * 60 + mi) * 60 + s) * 1000 + time.GetRawValue() % 1000;
+                    if (!same && ++mismatches <= 3)
+                        ADD_FAILURE() << rule << " at " << Formatted(when, "yyyy-MM-dd HH:mm:ss.SSS", STimeZone::TZ_UTC());
+                }
         }
     }
 }
