@@ -8,8 +8,8 @@
 #include <climits>
 #include <cstdio>
 #include <algorithm>
-#include <array>
 #include <new>
+#include <vector>
 
 namespace TarnkitA201 {
 
@@ -156,52 +156,69 @@ void STimeZone::prepare() {
                       GetRules());
         return;
     }
-    auto cache = std::make_shared<Transitions>();
+    auto cache = std::make_shared_for_overwrite<Transitions>(); // every field is written below
     for (int i = 0; i < Transitions::kYears; ++i)
         ZoneCore::YearTransitionKeys(Transitions::kFirstYear + i, m_start, m_end, m_standardOffset, m_daylightOffset,
                                      cache->start[i], cache->end[i]);
-    // The spans read the yearly keys through inDSTAt, which finds them here.
-    m_cache = cache;
     fillSpans(*cache);
+    m_cache = std::move(cache);
 }
 
-// Each span's offsets follow inDSTAt exactly: within a span the offset can
-// change only at a transition key or at the start of a UTC year, when the
-// next year's keys take over, so the offset is sampled at the span's start
-// and at each such moment inside it.
+// The offsets the spans hold follow inDSTAt exactly. Within the UTC days of
+// one year inDSTAt compares with that year's two transition keys, so the
+// offset can change only at the year's start and at those keys: each such
+// moment, with the offset from it on, is an event, and a sweep over the
+// events in time order fills the spans.
 void STimeZone::fillSpans(Transitions &table) const {
     constexpr int32_t kMinutesPerDay = 1440;
-    table.firstDay = Calendar::kTables.yearStart[Transitions::kFirstIndex];
+    struct Event {
+        __int64 key;
+        int16_t offset;
+    };
+    const auto &years = Calendar::kTables.yearStart;
+    std::vector<Event> events;
+    events.reserve(3 * (Transitions::kYears + 1));
+    for (int i = 0; i <= Transitions::kYears; ++i) {
+        const __int64 from = Calendar::MomentKey(years[Transitions::kFirstIndex + i], 0);
+        const __int64 to = Calendar::MomentKey(years[Transitions::kFirstIndex + i + 1], 0);
+        __int64 start, end;
+        if (i < Transitions::kYears) {
+            start = table.start[i];
+            end = table.end[i];
+        } else {
+            ZoneCore::YearTransitionKeys(Transitions::kFirstYear + i, m_start, m_end, m_standardOffset,
+                                         m_daylightOffset, start, end);
+        }
+        const auto offsetAt = [&](__int64 key) {
+            const bool afterStart = key >= start, beforeEnd = key < end;
+            return start > end ? (afterStart || beforeEnd ? m_daylightOffset : m_standardOffset)
+                               : (afterStart && beforeEnd ? m_daylightOffset : m_standardOffset);
+        };
+        const __int64 keys[3] = {from, std::min(start, end), std::max(start, end)};
+        for (const __int64 key : keys)
+            if (key >= from && key < to)
+                events.push_back(Event{key, offsetAt(key)});
+    }
+    table.firstDay = years[Transitions::kFirstIndex];
     table.spansUsable = m_standardOffset > -kMinutesPerDay && m_standardOffset < kMinutesPerDay &&
                         m_daylightOffset > -kMinutesPerDay && m_daylightOffset < kMinutesPerDay;
     const __int64 origin = Calendar::MomentKey(table.firstDay, 0);
-    const auto offsetAt = [this](__int64 key) {
-        const int32_t day = static_cast<int32_t>(Calendar::FloorDiv(key, Calendar::kMsPerDay));
-        return static_cast<int16_t>(offsetMinutesAt(key, day, true));
-    };
+    size_t next = 0;
+    int16_t current = events.front().offset;
     for (int j = 0; j < Transitions::kSpans; ++j) {
         const int32_t firstDay = table.firstDay + (j << Transitions::kSpanShift);
         const __int64 from = Calendar::MomentKey(firstDay, 0);
         const __int64 to = Calendar::MomentKey(firstDay + (1 << Transitions::kSpanShift), 0);
-        std::array<__int64, 9> moments;
-        const int firstYear = static_cast<int>(Calendar::DayToCivil(firstDay).year);
-        for (int k = 0; k < 3; ++k) {
-            const int year = firstYear - 1 + k;
-            ZoneCore::YearTransitionKeys(year, m_start, m_end, m_standardOffset, m_daylightOffset, moments[3 * k],
-                                         moments[3 * k + 1]);
-            moments[3 * k + 2] = Calendar::MomentKey(static_cast<int32_t>(Calendar::YMDToDay(year, 1, 1)), 0);
-        }
-        std::sort(moments.begin(), moments.end());
-        Transitions::Span span{INT32_MAX, offsetAt(from), offsetAt(from)};
+        for (; next < events.size() && events[next].key <= from; ++next)
+            current = events[next].offset;
+        Transitions::Span span{INT32_MAX, current, current};
         int changes = 0;
-        for (const __int64 moment : moments) {
-            if (moment <= from || moment >= to)
+        for (; next < events.size() && events[next].key < to; ++next) {
+            if (events[next].offset == current)
                 continue;
-            const int16_t offset = offsetAt(moment);
-            if (offset == span.after)
-                continue;
-            span.change = static_cast<int32_t>((moment - origin) / ZoneCore::kMsPerMinute);
-            span.after = offset;
+            current = events[next].offset;
+            span.change = static_cast<int32_t>((events[next].key - origin) / ZoneCore::kMsPerMinute);
+            span.after = current;
             ++changes;
         }
         table.spansUsable = table.spansUsable && changes <= 1;
