@@ -547,36 +547,26 @@ SAnsiString Write(const Compiled &pattern, const Fields &f, NameList *names) {
 
 namespace {
 
-// The number, 0 to 99, a template's patch shows. Worked out per patch: a
-// pattern names a few of the values, and the same ones at every call, so
-// the branch is foreseen.
-unsigned PatchValue(Compiled::Value value, const ZoneCore::LocalCivil &civil) noexcept {
-    switch (value) {
-    case Compiled::Day:
-        return civil.monthDay >> 8;
-    case Compiled::Month:
-        return civil.monthDay & 0xFFu;
-    case Compiled::YearLow:
-        return static_cast<unsigned>(civil.year) % 100u;
-    case Compiled::YearHigh:
-        return static_cast<unsigned>(civil.year) / 100u;
-    case Compiled::Hour:
-        return civil.hourMinute & 0xFFu;
-    case Compiled::Hour12: {
-        const unsigned hour = (civil.hourMinute & 0xFFu) % 12u;
-        return hour == 0 ? 12u : hour;
+// Each value a template's patches show, 0 to 99, all worked out at once: a
+// patch then picks its value without a branch on which it is.
+struct PatchValues {
+    uint8_t of[Compiled::kValues];
+
+    explicit PatchValues(const ZoneCore::LocalCivil &civil) noexcept {
+        const unsigned year = static_cast<unsigned>(civil.year), hour = civil.hourMinute & 0xFFu;
+        const unsigned hour12 = hour % 12u;
+        of[Compiled::Day] = static_cast<uint8_t>(civil.monthDay >> 8);
+        of[Compiled::Month] = static_cast<uint8_t>(civil.monthDay);
+        of[Compiled::YearLow] = static_cast<uint8_t>(year % 100u);
+        of[Compiled::YearHigh] = static_cast<uint8_t>(year / 100u);
+        of[Compiled::Hour] = static_cast<uint8_t>(hour);
+        of[Compiled::Hour12] = static_cast<uint8_t>(hour12 == 0 ? 12u : hour12);
+        of[Compiled::Minute] = static_cast<uint8_t>(civil.hourMinute >> 8);
+        of[Compiled::Second] = static_cast<uint8_t>(civil.second);
+        of[Compiled::MsTens] = static_cast<uint8_t>(civil.millisecond / 10u);
+        of[Compiled::MsLow] = static_cast<uint8_t>(civil.millisecond % 100u);
     }
-    case Compiled::Minute:
-        return civil.hourMinute >> 8;
-    case Compiled::Second:
-        return civil.second;
-    case Compiled::MsTens:
-        return civil.millisecond / 10u;
-    case Compiled::MsLow:
-    default:
-        return civil.millisecond % 100u;
-    }
-}
+};
 
 } // namespace
 
@@ -589,8 +579,9 @@ SAnsiString RenderFixedWidth(const Compiled &pattern, const ZoneCore::LocalCivil
     const char *const text = pattern.templateText.data();
     for (size_t i = 0; i < length; i += kLiteralChunk)
         std::memcpy(out + i, text + i, kLiteralChunk);
+    const PatchValues values(civil);
     for (const Compiled::Patch &patch : pattern.patches)
-        std::memcpy(out + patch.offset, kDigitPairs + 2 * PatchValue(patch.value, civil), 2);
+        std::memcpy(out + patch.offset, kDigitPairs + 2 * values.of[patch.value], 2);
     result.close(length);
     return SAnsiString(static_cast<SAnsiString &&>(result));
 }
@@ -609,45 +600,48 @@ SAnsiString SDateTime::Format(const char *pattern, const STimeZone &zone) const 
     if (pattern == nullptr)
         return SAnsiString();
     const DatePattern::Compiled *cached = DatePattern::Lookup(pattern);
-    const ZoneView view(zone);
     ZoneCore::LocalCivil civil;
-    const bool usual = ZoneCore::FastLocalCivil(m_date.GetDayNumber(), m_time.GetRawValue(), view, civil);
+    const bool usual = ZoneCore::FastLocalCivil(m_date.GetDayNumber(), m_time.GetRawValue(), ZoneView(zone), civil);
     if (usual && cached != nullptr && cached->fixedWidth) [[likely]]
         return DatePattern::RenderFixedWidth(*cached, civil);
 
-    DatePattern::Fields f;
-    f.hasEra = m_date.IsValid(); // the era of the stored UTC day: the zone does not move eras
-    f.eraDate = m_date;
-    if (usual) {
-        f.hasDate = f.hasTime = true;
-        f.year = civil.year;
-        f.month = civil.month();
-        f.day = civil.day();
-        f.dayOfWeek = static_cast<int>(civil.dayOfWeek);
-        f.hour = civil.hour();
-        f.minute = civil.minute();
-        f.second = static_cast<int>(civil.second);
-        f.millisecond = static_cast<int>(civil.millisecond);
-    } else {
-        const SDateTime local = inZone(zone);
-        if (local.m_date.IsValid()) {
-            const Calendar::Civil c = Calendar::DayToCivilFast(local.m_date.GetDayNumber());
-            f.hasDate = true;
-            f.year = static_cast<short>(c.year);
-            f.month = static_cast<unsigned char>(c.month);
-            f.day = static_cast<unsigned char>(c.day);
-            f.dayOfWeek = static_cast<unsigned char>(Calendar::DayOfWeek(local.m_date.GetDayNumber()));
+    // Out of line, so that the common path keeps a small frame.
+    const auto general = [&]() TARNKIT_TIME_COLD {
+        DatePattern::Fields f;
+        f.hasEra = m_date.IsValid(); // the era of the stored UTC day: the zone does not move eras
+        f.eraDate = m_date;
+        if (usual) {
+            f.hasDate = f.hasTime = true;
+            f.year = civil.year;
+            f.month = civil.month();
+            f.day = civil.day();
+            f.dayOfWeek = static_cast<int>(civil.dayOfWeek);
+            f.hour = civil.hour();
+            f.minute = civil.minute();
+            f.second = static_cast<int>(civil.second);
+            f.millisecond = static_cast<int>(civil.millisecond);
+        } else {
+            const SDateTime local = inZone(zone);
+            if (local.m_date.IsValid()) {
+                const Calendar::Civil c = Calendar::DayToCivilFast(local.m_date.GetDayNumber());
+                f.hasDate = true;
+                f.year = static_cast<short>(c.year);
+                f.month = static_cast<unsigned char>(c.month);
+                f.day = static_cast<unsigned char>(c.day);
+                f.dayOfWeek = static_cast<unsigned char>(Calendar::DayOfWeek(local.m_date.GetDayNumber()));
+            }
+            if (local.m_time.IsValid()) {
+                f.hasTime = true;
+                f.setTime(local.m_time.GetRawValue());
+            }
         }
-        if (local.m_time.IsValid()) {
-            f.hasTime = true;
-            f.setTime(local.m_time.GetRawValue());
-        }
-    }
-    if (cached != nullptr)
-        return DatePattern::Render(*cached, f);
-    DatePattern::Compiled compiled;
-    DatePattern::Compile(pattern, compiled);
-    return DatePattern::Render(compiled, f);
+        if (cached != nullptr)
+            return DatePattern::Render(*cached, f);
+        DatePattern::Compiled compiled;
+        DatePattern::Compile(pattern, compiled);
+        return DatePattern::Render(compiled, f);
+    };
+    return general();
 }
 
 } // namespace TarnkitA201
