@@ -199,14 +199,13 @@ void STimeZone::fillSpans(Transitions &table) const {
             if (key >= from && key < to)
                 events.push_back(Event{key, offsetAt(key)});
     }
-    table.firstDay = years[Transitions::kFirstIndex];
     table.spansUsable = m_standardOffset > -kMinutesPerDay && m_standardOffset < kMinutesPerDay &&
                         m_daylightOffset > -kMinutesPerDay && m_daylightOffset < kMinutesPerDay;
-    const __int64 origin = Calendar::MomentKey(table.firstDay, 0);
+    const __int64 origin = Calendar::MomentKey(Transitions::kFirstDay, 0);
     size_t next = 0;
     int16_t current = events.front().offset;
     for (int j = 0; j < Transitions::kSpans; ++j) {
-        const int32_t firstDay = table.firstDay + (j << Transitions::kSpanShift);
+        const int32_t firstDay = Transitions::kFirstDay + (j << Transitions::kSpanShift);
         const __int64 from = Calendar::MomentKey(firstDay, 0);
         const __int64 to = Calendar::MomentKey(firstDay + (1 << Transitions::kSpanShift), 0);
         for (; next < events.size() && events[next].key <= from; ++next)

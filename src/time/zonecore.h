@@ -24,8 +24,8 @@ struct STimeZone::Transitions {
     static constexpr int kYears = 300;
     static constexpr int kFirstIndex = kFirstYear - Calendar::Tables::kFirstYear; // in the calendar tables
     static constexpr int kSpanShift = 6;
-    static constexpr int kSpans = ((Calendar::kTables.yearStart[kFirstIndex + kYears] -
-                                    Calendar::kTables.yearStart[kFirstIndex]) >> kSpanShift) + 1;
+    static constexpr int32_t kFirstDay = Calendar::kTables.yearStart[kFirstIndex]; // of the first span
+    static constexpr int kSpans = ((Calendar::kTables.yearStart[kFirstIndex + kYears] - kFirstDay) >> kSpanShift) + 1;
 
     struct Span {
         int32_t change; // minutes from the first span's start; past every moment if none
@@ -38,7 +38,6 @@ struct STimeZone::Transitions {
     // Whether the spans serve: both offsets are under a day and no span
     // holds two changes. Otherwise every moment goes the general way.
     bool spansUsable;
-    int32_t firstDay; // of the first span
     Span spans[kSpans];
 };
 
@@ -209,7 +208,7 @@ __attribute__((always_inline)) inline bool FastLocalCivil(int32_t dayNumber, int
     if (zone.table != nullptr) {
         if (!zone.table->spansUsable) [[unlikely]]
             return false;
-        const uint32_t fromFirst = static_cast<uint32_t>(dayNumber) - static_cast<uint32_t>(zone.table->firstDay);
+        const uint32_t fromFirst = static_cast<uint32_t>(dayNumber) - static_cast<uint32_t>(Spans::kFirstDay);
         const uint32_t span = fromFirst >> Spans::kSpanShift;
         if (span >= static_cast<uint32_t>(Spans::kSpans)) [[unlikely]]
             return false;
