@@ -196,14 +196,17 @@ public:
     SString_t &operator+=(const T *text);
     SString_t &operator+=(const CharType &c) {
         // Single-unit appends in a buffer this string owns alone, with room:
-        // the common build-by-appending loop, kept inline.
+        // the common build-by-appending loop, kept inline. The immortal empty
+        // buffers count -1, so the ownership test also keeps them out.
         Buffer *b = m_buffer;
-        T unit = c.getChar();
-        bool single = F != 0 || static_cast<unsigned char>(unit) < 0x80;
-        if (single && unit != 0 && b->length + 2 <= b->capacity && !b->isStatic() && b->isSoleOwner()) {
+        const T unit = c.getChar();
+        const bool single = F != 0 || static_cast<unsigned char>(unit) < 0x80;
+        const size_t length = b->length;
+        if (single && unit != 0 && length + 2 <= b->capacity && b->isSoleOwner()) {
             T *text = b->text();
-            text[b->length] = unit;
-            text[++b->length] = 0;
+            text[length] = unit;
+            text[length + 1] = 0;
+            b->length = length + 1;
             return *this;
         }
         appendChar(c);
@@ -282,7 +285,7 @@ protected:
         // reasoning as the ownership test before a write.
         if (b == nullptr || b == &EmptyBuffer.header || b->isStatic())
             return;
-        if (b->isSoleOwner() || b->refCount.exchangeAdd(-1) == 1)
+        if (b->refCount.exchangeAdd(-1) == 1)
             FreeBuffer(b);
     }
     static void FreeBuffer(Buffer *b) noexcept;
