@@ -934,6 +934,17 @@ long Acquire(uint32_t store, bool create, Connection *&connection) {
     return Success;
 }
 
+// The start of every call on an open key: the key's entry, the right the
+// call needs, and this thread's connection to the key's store.
+long OpenForAccess(HKEY key, uint32_t right, HandleEntry &entry, Connection *&connection) {
+    long rc = ResolveKey(key, entry);
+    if (rc != Success)
+        return rc;
+    if ((entry.access & right) == 0)
+        return AccessDenied;
+    return Acquire(entry.store, false, connection);
+}
+
 int TransactionDepth(uint32_t store) {
     ThreadConnections &mine = Connections();
     mine.reserve(store);
@@ -1065,13 +1076,8 @@ public:
     long QueryValue(HKEY key, const char *name, unsigned long *type, unsigned char *data,
                     unsigned long *size) override {
         HandleEntry entry{};
-        long rc = ResolveKey(key, entry);
-        if (rc != Success)
-            return rc;
-        if ((entry.access & RegistryAccess::QueryValue) == 0)
-            return AccessDenied;
         Connection *connection = nullptr;
-        rc = Acquire(entry.store, false, connection);
+        long rc = OpenForAccess(key, RegistryAccess::QueryValue, entry, connection);
         if (rc != Success)
             return rc;
         const ValueRow *row = nullptr;
@@ -1085,13 +1091,8 @@ public:
         if (data == nullptr && size != 0)
             return InvalidParameter;
         HandleEntry entry{};
-        long rc = ResolveKey(key, entry);
-        if (rc != Success)
-            return rc;
-        if ((entry.access & RegistryAccess::SetValue) == 0)
-            return AccessDenied;
         Connection *connection = nullptr;
-        rc = Acquire(entry.store, false, connection);
+        long rc = OpenForAccess(key, RegistryAccess::SetValue, entry, connection);
         if (rc != Success)
             return rc;
         const char *bytes = reinterpret_cast<const char *>(data);
@@ -1105,13 +1106,8 @@ public:
 
     long DeleteValue(HKEY key, const char *name) override {
         HandleEntry entry{};
-        long rc = ResolveKey(key, entry);
-        if (rc != Success)
-            return rc;
-        if ((entry.access & RegistryAccess::SetValue) == 0)
-            return AccessDenied;
         Connection *connection = nullptr;
-        rc = Acquire(entry.store, false, connection);
+        long rc = OpenForAccess(key, RegistryAccess::SetValue, entry, connection);
         if (rc != Success)
             return rc;
         std::string storedName = NameToStore(name);
