@@ -135,12 +135,10 @@ struct Tables {
     int32_t yearStart[kYears + 1];          // day number of January 1
     Bucket buckets[kBuckets];
     uint16_t daysBefore[2][13];             // [leap][month - 1]; [12] is the year's length
-    uint8_t monthOf[2][366];                // [leap][day of the year]
-    uint8_t dayOf[2][366];
-    uint16_t monthDayOf[2][366];            // the month plus 256 times the day
+    uint16_t monthDayOf[2][366];            // [leap][day of the year]: the month plus 256 times the day
     uint16_t hourMinuteOf[1440];            // [minute of the day]: the hour plus 256 times the minute
 
-    constexpr Tables() noexcept : yearStart{}, buckets{}, daysBefore{}, monthOf{}, dayOf{}, monthDayOf{}, hourMinuteOf{} {
+    constexpr Tables() noexcept : yearStart{}, buckets{}, daysBefore{}, monthDayOf{}, hourMinuteOf{} {
         for (int i = 0; i <= kYears; ++i)
             yearStart[i] = static_cast<int32_t>(YMDToDay(kFirstYear + i, 1, 1));
         int year = 0;
@@ -161,8 +159,6 @@ struct Tables {
                 daysBefore[leap][m - 1] = static_cast<uint16_t>(total);
                 const int length = m == 2 && leap ? 29 : NonLeapMonthLength(m);
                 for (int d = 1; d <= length; ++d) {
-                    monthOf[leap][total] = static_cast<uint8_t>(m);
-                    dayOf[leap][total] = static_cast<uint8_t>(d);
                     monthDayOf[leap][total] = static_cast<uint16_t>(d << 8 | m);
                     ++total;
                 }
@@ -216,10 +212,9 @@ constexpr unsigned WeekdayOfTableDay(int32_t dayNumber) noexcept {
 inline Civil DayToCivilFast(__int64 dayNumber) noexcept {
     if (!kTables.coversDay(dayNumber))
         return DayToCivil(dayNumber);
-    const int i = kTables.indexOf(dayNumber);
-    const int leap = kTables.leapAt(i) ? 1 : 0;
-    const int dayOfYear = static_cast<int>(dayNumber - kTables.yearStart[i]);
-    return Civil{Tables::kFirstYear + i, kTables.monthOf[leap][dayOfYear], kTables.dayOf[leap][dayOfYear]};
+    const Tables::YearDay y = kTables.yearDayOf(dayNumber);
+    const unsigned monthDay = kTables.monthDayOf[y.leap][y.dayOfYear];
+    return Civil{Tables::kFirstYear + y.index, static_cast<int>(monthDay & 0xFF), static_cast<int>(monthDay >> 8)};
 }
 
 // The day number of a valid date, or -1 with valid false; day 100 is the
