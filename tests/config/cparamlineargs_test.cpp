@@ -1,72 +1,67 @@
+// Command-line arguments: parsing an argument vector and a whole line into
+// switches and values, editing them, and writing the line back out.
 #include "tarnkit/cparamlineargs.h"
-
 #include "support/testsupport.h"
 
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
 using namespace TarnkitA201;
+using Words = std::vector<std::string>;
 
 namespace {
 
-CParamLineArgs FromVector(std::vector<std::string> words) {
-    std::vector<char *> argv;
-    for (std::string &w : words)
-        argv.push_back(w.data());
-    argv.push_back(nullptr);
+CParamLineArgs FromVector(Words words) {
+    std::vector<char *> argv(words.size() + 1);
+    for (size_t i = 0; i < words.size(); ++i)
+        argv[i] = words[i].data();
     // argc is deliberately wrong: only the null entry ends the vector.
     return CParamLineArgs(1, argv.data());
 }
 
-std::string Value(const CParamLineArgs &args, const char *name) {
-    SAnsiString value("<absent>");
-    args.Lookup(SAnsiString(name), value);
-    return value.getString();
+// The value of each name in turn, "<absent>" for a name not there.
+Words Values(const CParamLineArgs &args, std::initializer_list<const char *> names) {
+    Words values;
+    for (const char *name : names) {
+        SAnsiString value("<absent>");
+        args.Lookup(SAnsiString(name), value);
+        values.emplace_back(value.getString());
+    }
+    return values;
 }
 
-std::vector<std::string> Words(const SIArray<SAnsiString> &array) {
-    std::vector<std::string> out;
-    for (size_t i = 0; i < array.GetSize(); ++i)
-        out.push_back(array.GetAt(i).getString());
-    return out;
+Words Args(const CParamLineArgs &args, bool quoted = false) {
+    SIArray<SAnsiString> array;
+    quoted ? args.GetArgsWithQuote(array) : args.GetArgs(array);
+    return Words(array.begin(), array.end());
 }
 
 } // namespace
 
-TEST(CParamLineArgs, VectorParsingRules) {
-    const CParamLineArgs args =
+TEST(CParamLineArgs, VectorParsingAndEditing) {
+    CParamLineArgs args =
         FromVector({"prog", "stray", "-a", "1", "--B", "two", "-level", "-5", "-flag", "---", "x", "-A", "3"});
-    EXPECT_EQ(args.GetProgramName().getString(), std::string("prog"));
+    EXPECT_STREQ(args.GetProgramName().getString(), "prog");
     // Positional words are dropped; a dash-led word is never a value; a name
     // of dashes only keeps them; a repeated name keeps its last value and
     // moves to the end.
-    EXPECT_EQ(Words([&] { SIArray<SAnsiString> a; args.GetArgs(a); return a; }()),
-              (std::vector<std::string>{"prog", "-B", "two", "-level", "-5", "-flag", "----", "x", "-A", "3"}));
-    EXPECT_EQ(Value(args, "b"), "two");
-    EXPECT_EQ(Value(args, "A"), "3");
-    EXPECT_EQ(Value(args, "level"), "");
-    EXPECT_EQ(Value(args, "5"), "");
-    EXPECT_EQ(Value(args, "---"), "x");
-    EXPECT_EQ(Value(args, "stray"), "<absent>");
+    EXPECT_EQ(Args(args), (Words{"prog", "-B", "two", "-level", "-5", "-flag", "----", "x", "-A", "3"}));
+    EXPECT_EQ(Values(args, {"b", "A", "level", "5", "---", "stray"}), (Words{"two", "3", "", "", "x", "<absent>"}));
     EXPECT_EQ(args.findIndex(SAnsiString("FLAG")), 3);
     EXPECT_EQ(args.findIndex(SAnsiString("nope")), -1);
-}
 
-TEST(CParamLineArgs, EditingKeepsArraysInStep) {
-    CParamLineArgs args = FromVector({"prog", "-x", "1", "-y", "2"});
+    // Edits keep names, values and the line in step.
+    args = FromVector({"prog", "-x", "1", "-y", "2"});
     args.SetArg(SAnsiString("X"), SAnsiString("10"));
     EXPECT_EQ(args.findIndex(SAnsiString("x")), 1);
-    EXPECT_EQ(Value(args, "x"), "10");
+    EXPECT_EQ(Values(args, {"x"}), Words{"10"});
     EXPECT_TRUE(args.RemoveArg(SAnsiString("Y")));
     EXPECT_FALSE(args.RemoveArg(SAnsiString("y")));
-    EXPECT_EQ(args.GetCmdLine().getString(), std::string("prog -X 10 "));
+    EXPECT_STREQ(args.GetCmdLine().getString(), "prog -X 10 ");
 
     CParamLineArgs copy = args;
     args.DeleteAll();
-    EXPECT_EQ(args.GetCmdLine().getString(), std::string("prog "));
-    EXPECT_EQ(Value(copy, "x"), "10");
+    EXPECT_STREQ(args.GetCmdLine().getString(), "prog ");
+    EXPECT_EQ(Values(copy, {"x"}), Words{"10"});
 
     // A vector without entries, or none at all, leaves an empty object.
     char *empty[] = {nullptr};
@@ -77,42 +72,33 @@ TEST(CParamLineArgs, EditingKeepsArraysInStep) {
     EXPECT_TRUE(copy.GetCmdLine().isEmpty());
 }
 
-TEST(CParamLineArgs, LineParsingAndQuotedOutput) {
-    CParamLineArgs args(SAnsiString("\"my prog\" -dir \"a b\"\t-q \"\" -v\r\n-msg \"-5\""));
-    EXPECT_EQ(args.getProgramName().getString(), std::string("my prog"));
-    EXPECT_EQ(Value(args, "dir"), "a b");
-    // The empty quoted word is passed over, so -v follows -q directly; quotes
-    // are gone before the switch test, so "-5" is a switch.
-    EXPECT_EQ(Value(args, "q"), "");
-    EXPECT_EQ(Value(args, "msg"), "");
-    EXPECT_EQ(Value(args, "5"), "");
-    EXPECT_EQ(args.GetCmdLine().getString(), std::string("\"my prog\" -dir \"a b\" -q -v -msg -5 "));
-
-    SIArray<SAnsiString> quoted;
-    args.GetArgsWithQuote(quoted);
-    EXPECT_EQ(Words(quoted), (std::vector<std::string>{"\"my prog\"", "-dir", "\"a b\"", "-q", "-v", "-msg", "-5"}));
-
-    // An empty line changes nothing; the parsed line round-trips.
-    args.SetArgs(SAnsiString(""));
-    EXPECT_EQ(Value(args, "dir"), "a b");
-    const CParamLineArgs again(args.GetCmdLine());
-    EXPECT_EQ(again.GetCmdLine().getString(), std::string(args.GetCmdLine().getString()));
-
-    // A value that already begins with a quote is left alone, balanced or not.
-    args.SetArg(SAnsiString("t"), SAnsiString("\"x y"));
-    EXPECT_NE(std::string(args.GetCmdLine().getString()).find("-t \"x y "), std::string::npos);
-}
-
-TEST(CParamLineArgs, MisuseIsReported) {
+TEST(CParamLineArgs, LineParsingQuotingAndMisuse) {
+    // A line without a program name is reported, and so is a list passed in non-empty.
     TarnkitTest::CapturingSink sink;
     CParamLineArgs blank(SAnsiString("   "));
     EXPECT_TRUE(sink.saw("!m_programName.isEmpty()"));
     sink.clear();
-
-    SIArray<SAnsiString> args;
-    args.Add(SAnsiString("left over"));
-    blank.GetArgs(args);
+    SIArray<SAnsiString> leftOver;
+    leftOver.Add(SAnsiString("left over"));
+    blank.GetArgs(leftOver);
     EXPECT_TRUE(sink.saw("args.GetSize() == 0"));
     EXPECT_TRUE(sink.saw("!m_programName.isEmpty()"));
-    EXPECT_EQ(args.GetSize(), 2u);
+    EXPECT_EQ(leftOver.GetSize(), 2u);
+
+    CParamLineArgs args(SAnsiString("\"my prog\" -dir \"a b\"\t-q \"\" -v\r\n-msg \"-5\""));
+    EXPECT_STREQ(args.getProgramName().getString(), "my prog");
+    // The empty quoted word is passed over, so -v follows -q directly; quotes
+    // are gone before the switch test, so "-5" is a switch.
+    EXPECT_EQ(Values(args, {"dir", "q", "msg", "5"}), (Words{"a b", "", "", ""}));
+    EXPECT_STREQ(args.GetCmdLine().getString(), "\"my prog\" -dir \"a b\" -q -v -msg -5 ");
+    EXPECT_EQ(Args(args, true), (Words{"\"my prog\"", "-dir", "\"a b\"", "-q", "-v", "-msg", "-5"}));
+
+    // An empty line changes nothing; the parsed line round-trips.
+    args.SetArgs(SAnsiString(""));
+    EXPECT_EQ(Values(args, {"dir"}), Words{"a b"});
+    EXPECT_STREQ(CParamLineArgs(args.GetCmdLine()).GetCmdLine().getString(), args.GetCmdLine().getString());
+
+    // A value that already begins with a quote is left alone, balanced or not.
+    args.SetArg(SAnsiString("t"), SAnsiString("\"x y"));
+    EXPECT_NE(std::string(args.GetCmdLine().getString()).find("-t \"x y "), std::string::npos);
 }

@@ -1,24 +1,49 @@
 // The Registry class over the SQLite store: answers, defaults written back,
 // enumeration, copies, text conversion and the store files themselves.
 #include "support/forwardingstore.h"
-#include "config/registrystore.h"
-#include "config/sqliteregistrystore.h"
-#include "tarnkit/registry.h"
 #include "support/testsupport.h"
+#include "tarnkit/registry.h"
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
 #include <cstdlib>
 #include <filesystem>
-#include <string>
 #include <thread>
-#include <unistd.h>
-#include <vector>
 
 using namespace TarnkitA201;
+using Typed = std::pair<bool, unsigned long>;
+using Row = std::pair<long, std::string>;
+using Names = std::vector<std::string>;
 
 namespace {
+
+const HKEY kMachine = HKEY_LOCAL_MACHINE;
+
+Registry Key(const std::string &path, HKEY root = kMachine) { return Registry(path.c_str(), "", root); }
+
+// Whether a value reads as text, and the type GetType hands back.
+Typed TypeOf(const Registry &r, const char *name) {
+    unsigned long type = 99;
+    bool text = r.GetType(name, type);
+    return {text, type};
+}
+
+Names SubKeys(Registry &r) {
+    Names names;
+    for (Registry::KeyIterator it = r.EnumSubKeys(); it; ++it)
+        names.emplace_back(it.GetKey().getString());
+    return names;
+}
+
+// Each value as name=text, in the order enumerated.
+template <class R>
+Names Values(R &&r) {
+    Names seen;
+    for (Registry::ValueIterator it = r.EnumValues(); it; ++it)
+        seen.push_back(std::string(it.GetName().getString()) + "=" + it.GetValue().getString());
+    return seen;
+}
 
 class RegistryTest : public ::testing::Test {
 protected:
@@ -37,45 +62,35 @@ protected:
     static void Put(const char *key, const char *name, unsigned long type, const std::string &data) {
         IRegistryStore &store = GetRegistryStore();
         HKEY handle = nullptr;
-        ASSERT_EQ(store.CreateKey(HKEY_LOCAL_MACHINE, key, RegistryAccess::Write, &handle, nullptr), 0);
-        ASSERT_EQ(store.SetValue(handle, name, type, reinterpret_cast<const unsigned char *>(data.data()),
-                                 static_cast<unsigned long>(data.size())),
+        ASSERT_EQ(store.CreateKey(kMachine, key, RegistryAccess::Write, &handle, nullptr), 0);
+        EXPECT_EQ(store.SetValue(handle, name, type, reinterpret_cast<const unsigned char *>(data.data()), data.size()),
                   0);
         store.CloseKey(handle);
     }
 
     // What the file holds for a value, read with SQLite itself.
-    std::pair<long, std::string> Stored(const char *fold) const {
+    Row Stored(const char *fold) const {
         sqlite3 *db = nullptr;
         sqlite3_open_v2(machineFile().c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
         sqlite3_stmt *s = nullptr;
         sqlite3_prepare_v2(db, "SELECT type, data FROM vals WHERE fold=?1", -1, &s, nullptr);
         sqlite3_bind_text(s, 1, fold, -1, SQLITE_STATIC);
-        std::pair<long, std::string> result{-1, {}};
+        Row result{-1, {}};
         if (sqlite3_step(s) == SQLITE_ROW)
-            result = {sqlite3_column_int(s, 0), std::string(static_cast<const char *>(sqlite3_column_blob(s, 1)),
-                                                            sqlite3_column_bytes(s, 1))};
+            result = {sqlite3_column_int(s, 0),
+                      std::string(static_cast<const char *>(sqlite3_column_blob(s, 1)), sqlite3_column_bytes(s, 1))};
         sqlite3_finalize(s);
         sqlite3_close(db);
         return result;
-    }
-
-    static std::vector<std::string> SubKeys(Registry &r) {
-        std::vector<std::string> names;
-        for (Registry::KeyIterator it = r.EnumSubKeys(); it; ++it)
-            names.emplace_back(it.GetKey().getString());
-        return names;
     }
 
     std::string m_dir;
     TarnkitTest::CapturingSink m_sink;
 };
 
-Registry Key(const char *path, HKEY root = HKEY_LOCAL_MACHINE) { return Registry(path, "", root); }
-
 TEST_F(RegistryTest, ValuesKeepTypesAndNamesFoldOnlyAscii) {
-    Registry r("App", "Software\\", HKEY_LOCAL_MACHINE);
-    EXPECT_EQ(std::string(r.GetKeyName().getString()), "Software\\App");
+    Registry r("App", "Software\\", kMachine);
+    EXPECT_STREQ(r.GetKeyName().getString(), "Software\\App");
     EXPECT_TRUE(r.WriteValue("Text", SAnsiString("hello")));
     EXPECT_TRUE(r.WriteValue("Count", 42ul));
     // A number keeps its low 32 bits.
@@ -88,12 +103,12 @@ TEST_F(RegistryTest, ValuesKeepTypesAndNamesFoldOnlyAscii) {
     EXPECT_TRUE(other.ReadValue("missing").isEmpty());
 
     // Text keeps its terminator in the file, a number its 4 bytes.
-    EXPECT_EQ(Stored("text"), (std::pair<long, std::string>{1, std::string("hello", 6)}));
-    EXPECT_EQ(Stored("count"), (std::pair<long, std::string>{4, std::string("\x2a\0\0\0", 4)}));
+    EXPECT_EQ(Stored("text"), Row(1, std::string("hello", 6)));
+    EXPECT_EQ(Stored("count"), Row(4, std::string("\x2a\0\0\0", 4)));
 
     // The first spelling of a key is the one shown.
     EXPECT_TRUE(Key("Software\\APP\\Sub").WriteValue("x", SAnsiString("1")));
-    EXPECT_EQ(SubKeys(r), (std::vector<std::string>{"Sub"}));
+    EXPECT_EQ(SubKeys(r), Names{"Sub"});
 
     // Only ASCII letters fold: other bytes compare exactly.
     TarnkitTest::ScopedLocale utf8("en_US.UTF-8");
@@ -104,12 +119,11 @@ TEST_F(RegistryTest, ValuesKeepTypesAndNamesFoldOnlyAscii) {
     EXPECT_STREQ(Key("software\\\xC3\xA4RGER").ReadValue("v").getString(), "lower");
 }
 
-TEST_F(RegistryTest, ReadsOfAnAbsentStoreCreateNothing) {
+TEST_F(RegistryTest, ReadsOfAnAbsentStoreCreateNothingAndRemoteNamesStayLocal) {
     Registry r = Key("Software\\Nothing");
     EXPECT_FALSE(r.KeyExists());
     EXPECT_TRUE(r.ReadValue("v").isEmpty());
-    unsigned long type = 99;
-    EXPECT_FALSE(r.GetType("v", type));
+    EXPECT_FALSE(TypeOf(r, "v").first);
     EXPECT_FALSE(r.EnumSubKeys());
     EXPECT_FALSE(r.EnumValues());
     EXPECT_FALSE(r.DeleteValue("v"));
@@ -125,7 +139,18 @@ TEST_F(RegistryTest, ReadsOfAnAbsentStoreCreateNothing) {
     EXPECT_TRUE(Key("Software\\Mine").ReadValue("v").isEmpty());
     EXPECT_FALSE(Key("Software\\Mine", HKEY_USERS).WriteValue("v", SAnsiString("u")));
     EXPECT_FALSE(Key("Software\\Mine", HKEY_CLASSES_ROOT).KeyExists());
-    EXPECT_EQ(RegistryStoreFile(HKEY_LOCAL_MACHINE), machineFile());
+    EXPECT_EQ(RegistryStoreFile(kMachine), machineFile());
+
+    // A remote machine's name is kept, but the object reads the local store.
+    Registry remote = Key("Software\\Remote");
+    ASSERT_TRUE(remote.WriteValue("v", SAnsiString("local")));
+    remote.SetRemoteMachine("\\\\\\server");
+    EXPECT_FALSE(remote.IsRemoteReg());
+    EXPECT_STREQ(remote.GetRemoteMachineName().getString(), "server");
+    remote.SetRemoteMachine("plain");
+    EXPECT_STREQ(remote.GetRemoteMachineName().getString(), "plain");
+    EXPECT_STREQ(remote.ReadValue("v").getString(), "local");
+    EXPECT_TRUE(remote.DeleteKeyRecursive(true));
 }
 
 TEST_F(RegistryTest, DefaultsAreWrittenBack) {
@@ -136,17 +161,13 @@ TEST_F(RegistryTest, DefaultsAreWrittenBack) {
     EXPECT_STREQ(r.ReadValue("Name", SAnsiString("other")).getString(), "fallback");
     // An empty default creates nothing.
     EXPECT_TRUE(r.ReadValue("Empty", SAnsiString()).isEmpty());
-    unsigned long type = 99;
-    EXPECT_FALSE(r.GetType("Empty", type));
-    EXPECT_EQ(type, 0u);
+    EXPECT_EQ(TypeOf(r, "Empty"), Typed(false, 0));
     // A number default of 0 is written too, as a number.
     EXPECT_STREQ(r.ReadValue("Zero", 0ul).getString(), "0");
-    EXPECT_TRUE(r.GetType("Zero", type));
-    EXPECT_EQ(type, 4u);
+    EXPECT_EQ(TypeOf(r, "Zero"), Typed(true, 4));
     // An existing empty value counts as absent and is overwritten.
     EXPECT_TRUE(r.WriteValue("Blank", SAnsiString()));
-    EXPECT_FALSE(r.GetType("Blank", type));
-    EXPECT_EQ(type, 1u);
+    EXPECT_EQ(TypeOf(r, "Blank"), Typed(false, 1));
     EXPECT_STREQ(r.ReadValue("Blank", SAnsiString("filled")).getString(), "filled");
     EXPECT_STREQ(r.ReadValue("Blank", 7ul).getString(), "filled");
     EXPECT_FALSE(m_sink.saw("not the same as the default"));
@@ -164,7 +185,7 @@ TEST_F(RegistryTest, DeletionRulesAndTheKeptHandle) {
     Registry b = Key("Software\\Tree\\B");
     EXPECT_TRUE(b.KeyExists());
     HKEY held = nullptr;
-    ASSERT_EQ(GetRegistryStore().OpenKey(HKEY_LOCAL_MACHINE, "Software\\Tree\\B", RegistryAccess::Write, &held), 0);
+    ASSERT_EQ(GetRegistryStore().OpenKey(kMachine, "Software\\Tree\\B", RegistryAccess::Write, &held), 0);
     EXPECT_TRUE(b.DeleteValue("V"));
     EXPECT_FALSE(b.DeleteValue("v"));
     EXPECT_TRUE(Key("Software\\Tree\\B").DeleteKey());
@@ -190,27 +211,21 @@ TEST_F(RegistryTest, DeletionRulesAndTheKeptHandle) {
 
 TEST_F(RegistryTest, EnumerationOrderAndOddValues) {
     for (const char *name : {"beta", "Alpha", "gamma"})
-        ASSERT_TRUE(Key((std::string("Software\\Enum\\") + name).c_str()).WriteValue("v", SAnsiString("1")));
+        ASSERT_TRUE(Key(std::string("Software\\Enum\\") + name).WriteValue("v", SAnsiString("1")));
     Registry r = Key("Software\\Enum");
-    EXPECT_EQ(SubKeys(r), (std::vector<std::string>{"Alpha", "beta", "gamma"}));
+    EXPECT_EQ(SubKeys(r), (Names{"Alpha", "beta", "gamma"}));
 
     ASSERT_TRUE(r.WriteValue("first", SAnsiString("one")));
     Put("Software\\Enum", "blob", 3, std::string("\x01\x02", 2));
     ASSERT_TRUE(r.WriteValue("third", 3ul));
     Put("Software\\Enum", "huge", 1, std::string(20000, 'h') + '\0');
     ASSERT_TRUE(r.WriteValue("after", SAnsiString("unseen")));
-
-    std::vector<std::pair<std::string, std::string>> seen;
-    for (Registry::ValueIterator it = r.EnumValues(); it; ++it)
-        seen.emplace_back(it.GetName().getString(), it.GetValue().getString());
     // Values come in the order written; a binary value repeats the text
     // before it, and one longer than the buffer ends the walk.
-    EXPECT_EQ(seen, (std::vector<std::pair<std::string, std::string>>{
-                        {"first", "one"}, {"blob", "one"}, {"third", "3"}}));
+    EXPECT_EQ(Values(r), (Names{"first=one", "blob=one", "third=3"}));
     // A direct read takes the long route for a long string.
     EXPECT_EQ(r.ReadValue("huge").getLength(), 20000u);
-    unsigned long type = 0;
-    EXPECT_TRUE(r.GetType("blob", type) == false && type == 3);
+    EXPECT_EQ(TypeOf(r, "blob"), Typed(false, 3));
 
     // Moving, consuming and detaching pass the handle on exactly once.
     Registry::KeyIterator keys;
@@ -235,7 +250,7 @@ TEST_F(RegistryTest, EnumerationOrderAndOddValues) {
     EXPECT_STREQ(busy.GetKey().getString(), "Alpha");
 }
 
-TEST_F(RegistryTest, ExpandedStrings) {
+TEST_F(RegistryTest, ExpandedStringsAndCopies) {
     setenv("REGISTRY_TEST_ROOT", "/opt/app", 1);
     unsetenv("REGISTRY_TEST_UNSET");
     Put("Software\\Expand", "path", 2, std::string("%REGISTRY_TEST_ROOT%\\bin;%REGISTRY_TEST_UNSET%;100%") + '\0');
@@ -256,55 +271,33 @@ TEST_F(RegistryTest, ExpandedStrings) {
     EXPECT_EQ(ExpandEnvironmentReferences("%%REGISTRY_TEST_ROOT%%", nullptr, 0), 11u);
 
     // A copy carries the expanded text as a plain string.
-    EXPECT_TRUE(Registry::CopyKey(HKEY_LOCAL_MACHINE, "Software\\Copied", HKEY_LOCAL_MACHINE, "Software\\Expand"));
-    unsigned long type = 0;
+    EXPECT_TRUE(Registry::CopyKey(kMachine, "Software\\Copied", kMachine, "Software\\Expand"));
     Registry copied = Key("Software\\Copied");
-    EXPECT_TRUE(copied.GetType("path", type));
-    EXPECT_EQ(type, 1u);
+    EXPECT_EQ(TypeOf(copied, "path"), Typed(true, 1));
     setenv("REGISTRY_TEST_ROOT", "/elsewhere", 1);
     EXPECT_STREQ(copied.ReadValue("path").getString(), "/opt/app\\bin;%REGISTRY_TEST_UNSET%;100%");
-}
 
-TEST_F(RegistryTest, CopiesKeepNumbersAndFlattenTheRest) {
+    // Copies keep numbers and flatten the rest.
     Registry source = Key("Software\\Source");
     ASSERT_TRUE(source.WriteValue("n", 12ul));
     ASSERT_TRUE(source.WriteValue("s", SAnsiString("text")));
     Put("Software\\Source", "bin", 3, "\x7f");
     ASSERT_TRUE(Key("Software\\Source\\Child\\Grand").WriteValue("deep", SAnsiString("yes")));
 
-    EXPECT_TRUE(Registry::CopyKey(HKEY_CURRENT_USER, "Software\\Target", HKEY_LOCAL_MACHINE, "Software\\Source"));
+    EXPECT_TRUE(Registry::CopyKey(HKEY_CURRENT_USER, "Software\\Target", kMachine, "Software\\Source"));
     Registry target = Key("Software\\Target", HKEY_CURRENT_USER);
-    unsigned long type = 0;
-    EXPECT_TRUE(target.GetType("n", type));
-    EXPECT_EQ(type, 4u);
+    EXPECT_EQ(TypeOf(target, "n"), Typed(true, 4));
     EXPECT_STREQ(target.ReadValue("s").getString(), "text");
     // A binary value arrives as an empty string.
-    EXPECT_FALSE(target.GetType("bin", type));
-    EXPECT_EQ(type, 1u);
+    EXPECT_EQ(TypeOf(target, "bin"), Typed(false, 1));
     EXPECT_STREQ(Key("Software\\Target\\child\\grand", HKEY_CURRENT_USER).ReadValue("deep").getString(), "yes");
 
     // A copy into its own subtree would never end.
-    EXPECT_FALSE(Registry::CopyKey(HKEY_LOCAL_MACHINE, "software\\source\\child", HKEY_LOCAL_MACHINE,
-                                   "Software\\Source"));
-    EXPECT_TRUE(Registry::CopyKey(HKEY_LOCAL_MACHINE, "Software\\SourceTwin", HKEY_LOCAL_MACHINE,
-                                  "Software\\Source"));
+    EXPECT_FALSE(Registry::CopyKey(kMachine, "software\\source\\child", kMachine, "Software\\Source"));
+    EXPECT_TRUE(Registry::CopyKey(kMachine, "Software\\SourceTwin", kMachine, "Software\\Source"));
 
-    EXPECT_TRUE(Registry::CopyValue(HKEY_LOCAL_MACHINE, "Software\\One", "renamed", HKEY_LOCAL_MACHINE,
-                                    "Software\\Source", "n"));
-    EXPECT_TRUE(Key("Software\\One").GetType("renamed", type));
-    EXPECT_EQ(type, 4u);
-}
-
-TEST_F(RegistryTest, RemoteMachinesStayLocal) {
-    Registry r = Key("Software\\Remote");
-    ASSERT_TRUE(r.WriteValue("v", SAnsiString("local")));
-    r.SetRemoteMachine("\\\\\\server");
-    EXPECT_FALSE(r.IsRemoteReg());
-    EXPECT_STREQ(r.GetRemoteMachineName().getString(), "server");
-    r.SetRemoteMachine("plain");
-    EXPECT_STREQ(r.GetRemoteMachineName().getString(), "plain");
-    EXPECT_STREQ(r.ReadValue("v").getString(), "local");
-    EXPECT_TRUE(r.DeleteKeyRecursive(true));
+    EXPECT_TRUE(Registry::CopyValue(kMachine, "Software\\One", "renamed", kMachine, "Software\\Source", "n"));
+    EXPECT_EQ(TypeOf(Key("Software\\One"), "renamed"), Typed(true, 4));
 }
 
 TEST_F(RegistryTest, LocaleTextIsStoredAsUtf8) {
@@ -314,7 +307,7 @@ TEST_F(RegistryTest, LocaleTextIsStoredAsUtf8) {
     // "Grüße" in ISO-8859-1.
     ASSERT_TRUE(Key("Software\\Text").WriteValue("Gr\xFC\xDF" "e", SAnsiString("\xFC")));
     EXPECT_STREQ(Key("Software\\Text").ReadValue("GR\xFC\xDF" "E").getString(), "\xFC");
-    EXPECT_EQ(Stored("gr\xC3\xBC\xC3\x9F" "e"), (std::pair<long, std::string>{1, std::string("\xC3\xBC", 3)}));
+    EXPECT_EQ(Stored("gr\xC3\xBC\xC3\x9F" "e"), Row(1, std::string("\xC3\xBC", 3)));
     TarnkitTest::ScopedLocale utf8("en_US.UTF-8");
     ASSERT_TRUE(utf8.ok());
     EXPECT_STREQ(Key("Software\\Text").ReadValue("Gr\xC3\xBC\xC3\x9F" "e").getString(), "\xC3\xBC");
@@ -335,7 +328,7 @@ public:
     }
 };
 
-TEST_F(RegistryTest, DeniedAccessIsReportedAndDefaultsAreNotHandedBack) {
+TEST_F(RegistryTest, DeniedAccessAndBadPathsAreReported) {
     RefusingStore refusing;
     SetRegistryStore(&refusing);
     refusing.openResult = 5;
@@ -346,6 +339,7 @@ TEST_F(RegistryTest, DeniedAccessIsReportedAndDefaultsAreNotHandedBack) {
     EXPECT_TRUE(m_sink.saw("RegOpenKeyEx(Software\\Denied) failed. Error code: 5"));
     refusing.openResult = 0;
 
+    // A default the store refuses is not handed back.
     refusing.setResult = 5;
     EXPECT_TRUE(r.ReadValue("v", SAnsiString("default")).isEmpty());
     EXPECT_TRUE(m_sink.saw("RegSetValueEx(Software\\Denied) failed. Error code: 5"));
@@ -361,34 +355,28 @@ TEST_F(RegistryTest, DeniedAccessIsReportedAndDefaultsAreNotHandedBack) {
     // The store can still be used afterwards, and a failed copy leaves nothing.
     ASSERT_TRUE(Key("Software\\Src\\Sub").WriteValue("a", SAnsiString("1")));
     ASSERT_TRUE(Key("Software\\Src").WriteValue("b", SAnsiString("2")));
-    SetRegistryStore(&refusing);
-    refusing.createResult = 0;
-    refusing.openResult = 0;
-    struct FailLate : RefusingStore {
+    struct FailLate : TarnkitTest::ForwardingStore {
         int writes = 0;
         long SetValue(HKEY k, const char *n, unsigned long t, const unsigned char *d, unsigned long s) override {
             return ++writes > 1 ? 1013 : real.SetValue(k, n, t, d, s);
         }
     } failLate;
     SetRegistryStore(&failLate);
-    EXPECT_FALSE(Registry::CopyKey(HKEY_LOCAL_MACHINE, "Software\\Dst", HKEY_LOCAL_MACHINE, "Software\\Src"));
+    EXPECT_FALSE(Registry::CopyKey(kMachine, "Software\\Dst", kMachine, "Software\\Src"));
     SetRegistryStore(nullptr);
     EXPECT_FALSE(Key("Software\\Dst").KeyExists());
-}
 
-TEST_F(RegistryTest, KeyPathsAreChecked) {
-    Registry trailing = Key("Software\\Trailing\\");
-    trailing.KeyExists();
+    // Paths with empty names, unknown roots and write-only keys are refused.
+    Key("Software\\Trailing\\").KeyExists();
 #ifndef NDEBUG
     EXPECT_TRUE(m_sink.saw("Win95 doesn't like opening \\ ending reg keys"));
 #endif
     EXPECT_FALSE(Key("Software\\\\Double").WriteValue("v", SAnsiString("x")));
     IRegistryStore &store = GetRegistryStore();
     HKEY key = nullptr;
-    EXPECT_EQ(store.CreateKey(HKEY_LOCAL_MACHINE, "a\\\\b", RegistryAccess::Write, &key, nullptr), 161);
+    EXPECT_EQ(store.CreateKey(kMachine, "a\\\\b", RegistryAccess::Write, &key, nullptr), 161);
     EXPECT_EQ(store.OpenKey(reinterpret_cast<HKEY>(uintptr_t{0x7fffffff}), "a", RegistryAccess::Read, &key), 6);
-    // A key opened for writing only cannot be read through.
-    ASSERT_EQ(store.CreateKey(HKEY_LOCAL_MACHINE, "w", RegistryAccess::Write, &key, nullptr), 0);
+    ASSERT_EQ(store.CreateKey(kMachine, "w", RegistryAccess::Write, &key, nullptr), 0);
     unsigned long type = 0, size = 0;
     EXPECT_EQ(store.QueryValue(key, "v", &type, nullptr, &size), 5);
     store.CloseKey(key);
@@ -396,24 +384,18 @@ TEST_F(RegistryTest, KeyPathsAreChecked) {
 
 TEST_F(RegistryTest, ObjectsInSeparateThreadsShareTheStore) {
     ASSERT_TRUE(Key("Software\\Threads").WriteValue("seed", SAnsiString("0")));
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (int t = 0; t < 4; ++t)
         threads.emplace_back([t] {
-            Registry mine = Key(("Software\\Threads\\T" + std::to_string(t)).c_str());
+            Registry mine = Key("Software\\Threads\\T" + std::to_string(t));
             for (unsigned long i = 0; i < 25; ++i) {
                 mine.WriteValue(("v" + std::to_string(i)).c_str(), i);
                 Key("Software\\Threads").ReadValue("seed");
             }
         });
-    for (auto &thread : threads)
-        thread.join();
-    for (int t = 0; t < 4; ++t) {
-        int count = 0;
-        for (Registry::ValueIterator it = Key(("Software\\Threads\\T" + std::to_string(t)).c_str()).EnumValues();
-             it; ++it)
-            ++count;
-        EXPECT_EQ(count, 25);
-    }
+    threads.clear();
+    for (int t = 0; t < 4; ++t)
+        EXPECT_EQ(Values(Key("Software\\Threads\\T" + std::to_string(t))).size(), 25u);
 }
 
 } // namespace

@@ -2,24 +2,24 @@
 // administrator reads, refusal of malformed text without any change, and
 // all-or-nothing imports.
 #include "support/forwardingstore.h"
-#include "config/registrystore.h"
-#include "config/sqliteregistrystore.h"
-#include "tarnkit/registryexport.h"
 #include "support/testsupport.h"
+#include "tarnkit/registryexport.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <string>
-#include <unistd.h>
-#include <vector>
 
 using namespace TarnkitA201;
 using Result = RegistryTransferResult;
+// Key, value name, type and bytes.
+using StoredValue = std::tuple<const char *, std::string, unsigned long, std::string>;
 
 namespace {
+
+const HKEY kMachine = HKEY_LOCAL_MACHINE, kUser = HKEY_CURRENT_USER;
+const std::string kHeader = "Tarnkit Registry Export 1\n";
 
 std::string Str(const SAnsiString &s) { return std::string(s.getString(), s.getLength()); }
 std::string Str(const SSimpleBuffer &b) {
@@ -33,13 +33,6 @@ SSimpleBuffer Buf(const std::string &bytes) {
     return b;
 }
 
-struct StoredValue {
-    const char *key;
-    std::string name;
-    unsigned long type;
-    std::string bytes;
-};
-
 class RegistryExportTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -51,26 +44,24 @@ protected:
     }
     void TearDown() override { std::filesystem::remove_all(m_dir); }
 
-    static void Put(const StoredValue &v, HKEY root = HKEY_LOCAL_MACHINE) {
-        RegistryTransferError error;
-        ASSERT_EQ(WriteRawValue(root, v.key, SAnsiString(v.name.c_str()), v.type, Buf(v.bytes), error), Result::Ok)
-            << Str(error.message);
+    void Put(const StoredValue &v, HKEY root = kMachine) {
+        const auto &[key, name, type, bytes] = v;
+        ASSERT_EQ(WriteRawValue(root, key, name.c_str(), type, Buf(bytes), error), Result::Ok) << Str(error.message);
     }
-    static std::string Export(HKEY root = HKEY_LOCAL_MACHINE, const char *key = "") {
+    std::string Export(HKEY root = kMachine, const char *key = "") {
         SAnsiString text;
-        RegistryTransferError error;
-        Result result = ExportKey(root, key, text, error);
-        return result == Result::Ok ? Str(text) : "export failed: " + Str(error.message);
+        return ExportKey(root, key, text, error) == Result::Ok ? Str(text) : "export failed: " + Str(error.message);
     }
-    static Result Import(const std::string &text, RegistryTransferError &error) {
+    // Each import starts from a clean error.
+    Result Import(const std::string &text) {
+        error = RegistryTransferError();
         return ImportText(SAnsiString(text.data(), text.size()), error);
     }
 
     std::string m_dir;
+    RegistryTransferError error;
     TarnkitTest::CapturingSink m_sink;
 };
-
-const std::string kHeader = "Tarnkit Registry Export 1\n";
 
 TEST_F(RegistryExportTest, TheNotationAnAdministratorReads) {
     const char *key = "Software\\Ostrand Group\\10.5\\Logging";
@@ -80,7 +71,7 @@ TEST_F(RegistryExportTest, TheNotationAnAdministratorReads) {
     Put({key, "Blob", 3, std::string("\x01\xff\x00", 3)});
     Put({key, "Multi", 7, std::string("a\0b\0\0", 5)});
     Put({key, "", 1, std::string("tab\there \"q\" back\\slash") + '\0'});
-    EXPECT_EQ(Export(HKEY_LOCAL_MACHINE, "Software\\Ostrand Group\\10.5"),
+    EXPECT_EQ(Export(kMachine, "Software\\Ostrand Group\\10.5"),
               kHeader + "\n[HKEY_LOCAL_MACHINE\\Software\\Ostrand Group\\10.5]\n"
                         "\n[HKEY_LOCAL_MACHINE\\Software\\Ostrand Group\\10.5\\Logging]\n"
                         "\"MaxLogFileSize\"=dword:00100000\n"
@@ -91,16 +82,13 @@ TEST_F(RegistryExportTest, TheNotationAnAdministratorReads) {
                         "@=\"tab\\there \\\"q\\\" back\\\\slash\"\n");
 
     // Long lists wrap with a continuation; the one-value form matches.
-    std::string big(40, '\xab');
-    std::string line = Str(FormatRegistryValue("b", 3, Buf(big)));
+    std::string line = Str(FormatRegistryValue("b", 3, Buf(std::string(40, '\xab'))));
     EXPECT_NE(line.find(",\\\n  ab,"), std::string::npos);
     for (size_t start = 0, end; start < line.size(); start = end + 1) {
-        end = line.find('\n', start);
-        end = end == std::string::npos ? line.size() : end;
+        end = std::min(line.find('\n', start), line.size());
         EXPECT_LE(end - start, 76u);
     }
-    EXPECT_EQ(Str(FormatRegistryKey(HKEY_CURRENT_USER, "A\\ b\\c\"")),
-              "[HKEY_CURRENT_USER\\A\\\" b\"\\\"c\\\"\"]");
+    EXPECT_EQ(Str(FormatRegistryKey(kUser, "A\\ b\\c\"")), "[HKEY_CURRENT_USER\\A\\\" b\"\\\"c\\\"\"]");
 }
 
 TEST_F(RegistryExportTest, EveryValueAndNameSurvivesARoundTrip) {
@@ -133,31 +121,28 @@ TEST_F(RegistryExportTest, EveryValueAndNameSurvivesARoundTrip) {
     for (const StoredValue &v : values)
         Put(v);
     Put({"Empty\\Key", "v", 4, std::string(4, '\0')});
-    RegistryTransferError error;
-    ASSERT_EQ(DeleteRawValue(HKEY_LOCAL_MACHINE, "Empty\\Key", "v", error), Result::Ok);
-    Put({"User", "u", 3, std::string("\x00", 1)}, HKEY_CURRENT_USER);
+    ASSERT_EQ(DeleteRawValue(kMachine, "Empty\\Key", "v", error), Result::Ok);
+    Put({"User", "u", 3, std::string("\x00", 1)}, kUser);
 
-    const std::string machine = Export(), user = Export(HKEY_CURRENT_USER);
-    ASSERT_EQ(DeleteKeyTree(HKEY_LOCAL_MACHINE, "Odd", true, error), Result::Ok) << Str(error.message);
-    ASSERT_EQ(DeleteKeyTree(HKEY_LOCAL_MACHINE, "Empty", true, error), Result::Ok);
-    ASSERT_EQ(DeleteKeyTree(HKEY_CURRENT_USER, "User", true, error), Result::Ok);
+    const std::string machine = Export(), user = Export(kUser);
+    ASSERT_EQ(DeleteKeyTree(kMachine, "Odd", true, error), Result::Ok) << Str(error.message);
+    ASSERT_EQ(DeleteKeyTree(kMachine, "Empty", true, error), Result::Ok);
+    ASSERT_EQ(DeleteKeyTree(kUser, "User", true, error), Result::Ok);
     ASSERT_EQ(Export(), kHeader + "\n[HKEY_LOCAL_MACHINE]\n");
 
     // One file may carry both roots.
-    ASSERT_EQ(Import(machine + user.substr(kHeader.size()), error), Result::Ok) << Str(error.message);
+    ASSERT_EQ(Import(machine + user.substr(kHeader.size())), Result::Ok) << Str(error.message);
     EXPECT_EQ(Export(), machine);
-    EXPECT_EQ(Export(HKEY_CURRENT_USER), user);
-    for (const StoredValue &v : values) {
-        unsigned long type = 0;
-        SSimpleBuffer bytes;
-        ASSERT_EQ(ReadRawValue(HKEY_LOCAL_MACHINE, v.key, SAnsiString(v.name.c_str()), type, bytes, error),
-                  Result::Ok)
-            << v.name;
-        EXPECT_EQ(type, v.type) << v.name;
-        EXPECT_EQ(Str(bytes), v.bytes) << v.name;
+    EXPECT_EQ(Export(kUser), user);
+    for (const auto &[key, name, type, bytes] : values) {
+        unsigned long readType = 0;
+        SSimpleBuffer readBytes;
+        ASSERT_EQ(ReadRawValue(kMachine, key, name.c_str(), readType, readBytes, error), Result::Ok) << name;
+        EXPECT_EQ(readType, type) << name;
+        EXPECT_EQ(Str(readBytes), bytes) << name;
     }
     std::vector<SAnsiString> names;
-    ASSERT_EQ(ListSubKeys(HKEY_LOCAL_MACHINE, "Empty", names, error), Result::Ok);
+    ASSERT_EQ(ListSubKeys(kMachine, "Empty", names, error), Result::Ok);
     ASSERT_EQ(names.size(), 1u);
     EXPECT_EQ(Str(names[0]), "Key");
 }
@@ -177,44 +162,38 @@ TEST_F(RegistryExportTest, HandWrittenFilesAreForgivenWhereHarmless) {
                              "\"\"=hex(4):05,00,00,00\n"
                              "[HKCU\\App]\n"
                              "\"Other\"=expand:\"%X%\"\n";
-    RegistryTransferError error;
-    ASSERT_EQ(Import(text, error), Result::Ok) << Str(error.message);
-    EXPECT_EQ(Export(HKEY_LOCAL_MACHINE, "App"), kHeader + "\n[HKEY_LOCAL_MACHINE\\App]\n"
-                                                           "\"Text\"=\"x\"\n"
-                                                           "\"Number\"=dword:0000002a\n"
-                                                           "\"List\"=multi:\"a\",\"b\"\n"
-                                                           "\"Bytes\"=hex:01,02,03\n"
-                                                           "@=dword:00000005\n");
-    EXPECT_EQ(Export(HKEY_CURRENT_USER, "App"), kHeader + "\n[HKEY_CURRENT_USER\\App]\n\"Other\"=expand:\"%X%\"\n");
+    ASSERT_EQ(Import(text), Result::Ok) << Str(error.message);
+    EXPECT_EQ(Export(kMachine, "App"), kHeader + "\n[HKEY_LOCAL_MACHINE\\App]\n"
+                                                 "\"Text\"=\"x\"\n"
+                                                 "\"Number\"=dword:0000002a\n"
+                                                 "\"List\"=multi:\"a\",\"b\"\n"
+                                                 "\"Bytes\"=hex:01,02,03\n"
+                                                 "@=dword:00000005\n");
+    EXPECT_EQ(Export(kUser, "App"), kHeader + "\n[HKEY_CURRENT_USER\\App]\n\"Other\"=expand:\"%X%\"\n");
 
     // Deletions: a value, a whole tree, and things already absent.
-    ASSERT_EQ(Import(kHeader + "[HKLM\\App\\Sub\\Deeper]\n\"v\"=\"1\"\n", error), Result::Ok);
-    ASSERT_EQ(Import(kHeader + "[HKLM\\App]\n\"Text\"=-\n\"never\"=-\n[-HKLM\\App\\Sub]\n[-HKLM\\Absent]\n", error),
-              Result::Ok)
-        << Str(error.message);
-    EXPECT_EQ(Export(HKEY_LOCAL_MACHINE, "App").find("Text"), std::string::npos);
-    EXPECT_EQ(Export(HKEY_LOCAL_MACHINE, "App").find("Sub"), std::string::npos);
+    ASSERT_EQ(Import(kHeader + "[HKLM\\App\\Sub\\Deeper]\n\"v\"=\"1\"\n"), Result::Ok);
+    ASSERT_EQ(Import(kHeader + "[HKLM\\App]\n\"Text\"=-\n\"never\"=-\n[-HKLM\\App\\Sub]\n[-HKLM\\Absent]\n"),
+              Result::Ok);
+    EXPECT_EQ(Export(kMachine, "App").find("Text"), std::string::npos);
+    EXPECT_EQ(Export(kMachine, "App").find("Sub"), std::string::npos);
 
     // Files: a missing one is "not found"; every byte of a real one is read.
     EXPECT_EQ(ImportFile(SAnsiString((m_dir + "/none.reg").c_str()), error), Result::NotFound);
-    const std::string file = m_dir + "/app.reg";
-    ASSERT_EQ(ExportKeyToFile(HKEY_LOCAL_MACHINE, "App", SAnsiString(file.c_str()), error), Result::Ok);
-    ASSERT_EQ(DeleteKeyTree(HKEY_LOCAL_MACHINE, "App", true, error), Result::Ok);
-    std::ofstream(file, std::ios::app).write("\"nul\"=\"a\0b\"\n", 12);
-    ASSERT_EQ(ImportFile(SAnsiString(file.c_str()), error), Result::Ok) << Str(error.message);
-    EXPECT_NE(Export(HKEY_LOCAL_MACHINE, "App").find("\"nul\"=\"a\\x00b\""), std::string::npos);
+    const SAnsiString file((m_dir + "/app.reg").c_str());
+    ASSERT_EQ(ExportKeyToFile(kMachine, "App", file, error), Result::Ok);
+    ASSERT_EQ(DeleteKeyTree(kMachine, "App", true, error), Result::Ok);
+    std::ofstream(file.getString(), std::ios::app).write("\"nul\"=\"a\0b\"\n", 12);
+    ASSERT_EQ(ImportFile(file, error), Result::Ok) << Str(error.message);
+    EXPECT_NE(Export(kMachine, "App").find("\"nul\"=\"a\\x00b\""), std::string::npos);
 }
 
-TEST_F(RegistryExportTest, MalformedTextIsRefusedWithItsLineAndChangesNothing) {
+TEST_F(RegistryExportTest, FailedImportsNameTheLineAndChangeNothing) {
     Put({"Keep", "v", 1, std::string("old\0", 4)});
     const std::string before = Export();
-    struct Case {
-        std::string text;
-        unsigned long line;
-        const char *says;
-    };
     const std::string good = kHeader + "[HKLM\\Keep]\n\"v\"=\"new\"\n[HKLM\\New]\n\"w\"=\"1\"\n";  // lines 1-5
-    const std::vector<Case> cases = {
+    // The text, the line at fault and a part of what the message says.
+    const std::vector<std::tuple<std::string, unsigned long, const char *>> cases = {
         {"", 1, "the file is empty"},
         {"[HKLM\\Keep]\n", 1, "must start with the line \"Tarnkit Registry Export 1\""},
         {"Tarnkit Registry Export 2\n", 1, "version 2 is not known"},
@@ -247,87 +226,78 @@ TEST_F(RegistryExportTest, MalformedTextIsRefusedWithItsLineAndChangesNothing) {
         {good + "\"x\"=1\n", 6, "a quoted string or one of"},
         {good + "garbage\n", 6, "expected a key in brackets"},
     };
-    for (const Case &c : cases) {
-        RegistryTransferError error;
-        EXPECT_EQ(Import(c.text, error), Result::Invalid) << c.text;
-        EXPECT_EQ(error.line, c.line) << c.text;
-        EXPECT_NE(Str(error.message).find(c.says), std::string::npos) << c.text << " -> " << Str(error.message);
-        EXPECT_EQ(Str(error.message).rfind("line " + std::to_string(c.line) + ": ", 0), 0u) << Str(error.message);
-        EXPECT_EQ(Export(), before) << c.text;
+    for (const auto &[text, line, says] : cases) {
+        EXPECT_EQ(Import(text), Result::Invalid) << text;
+        EXPECT_EQ(error.line, line) << text;
+        EXPECT_NE(Str(error.message).find(says), std::string::npos) << text << " -> " << Str(error.message);
+        EXPECT_EQ(Str(error.message).rfind("line " + std::to_string(line) + ": ", 0), 0u) << Str(error.message);
+        EXPECT_EQ(Export(), before) << text;
     }
     EXPECT_FALSE(std::filesystem::exists(m_dir + "/user"));
-}
 
-// Passes everything to the real store but refuses to write one value name,
-// as a full disk or a lost permission would half-way through a file.
-class FailingStore : public TarnkitTest::ForwardingStore {
-public:
-    long SetValue(HKEY k, const char *n, unsigned long t, const unsigned char *d, unsigned long s) override {
-        return std::string(n) == "refused" ? 112 : real.SetValue(k, n, t, d, s);
-    }
-};
-
-TEST_F(RegistryExportTest, AStoreFailureUndoesTheWholeImport) {
-    Put({"Keep", "v", 1, std::string("old\0", 4)});
+    // A store failure half-way undoes the whole import, in both stores.
     Put({"Keep\\Child", "c", 1, std::string("kid\0", 4)});
-    Put({"Mine", "u", 1, std::string("user\0", 5)}, HKEY_CURRENT_USER);
-    const std::string machine = Export(), user = Export(HKEY_CURRENT_USER);
+    Put({"Mine", "u", 1, std::string("user\0", 5)}, kUser);
+    const std::string machine = Export(), user = Export(kUser);
 
-    FailingStore failing;
+    // Refuses to write one value name, as a full disk or a lost permission
+    // would half-way through a file.
+    struct FailingStore : TarnkitTest::ForwardingStore {
+        long SetValue(HKEY k, const char *n, unsigned long t, const unsigned char *d, unsigned long s) override {
+            return std::string(n) == "refused" ? 112 : real.SetValue(k, n, t, d, s);
+        }
+    } failing;
     IRegistryStore *previous = SetRegistryStore(&failing);
-    RegistryTransferError error;
     Result result = Import(kHeader + "[HKCU\\Mine]\n\"u\"=\"changed\"\n"
                                      "[HKLM\\Keep]\n\"v\"=\"new\"\n\"gone\"=-\n[-HKLM\\Keep\\Child]\n"
-                                     "[HKLM\\Brand\\New]\n\"ok\"=dword:1\n\"refused\"=\"x\"\n\"after\"=\"y\"\n",
-                           error);
+                                     "[HKLM\\Brand\\New]\n\"ok\"=dword:1\n\"refused\"=\"x\"\n\"after\"=\"y\"\n");
     SetRegistryStore(previous);
     EXPECT_EQ(result, Result::StoreFailure);
     EXPECT_EQ(error.line, 10u);
     EXPECT_EQ(Str(error.message), "line 10: cannot write the value \"refused\": the disk is full");
     EXPECT_EQ(Export(), machine);
-    EXPECT_EQ(Export(HKEY_CURRENT_USER), user);
+    EXPECT_EQ(Export(kUser), user);
 
     // Once the store takes everything, all of it lands.
-    ASSERT_EQ(Import(kHeader + "[HKLM\\Keep]\n\"v\"=\"new\"\n[-HKLM\\Keep\\Child]\n", error), Result::Ok);
-    EXPECT_EQ(Export(HKEY_LOCAL_MACHINE, "Keep"), kHeader + "\n[HKEY_LOCAL_MACHINE\\Keep]\n\"v\"=\"new\"\n");
+    ASSERT_EQ(Import(kHeader + "[HKLM\\Keep]\n\"v\"=\"new\"\n[-HKLM\\Keep\\Child]\n"), Result::Ok);
+    EXPECT_EQ(Export(kMachine, "Keep"), kHeader + "\n[HKEY_LOCAL_MACHINE\\Keep]\n\"v\"=\"new\"\n");
 }
 
 TEST_F(RegistryExportTest, ValueAndKeyOperationsAnswerPrecisely) {
-    RegistryTransferError error;
     unsigned long type = 0;
     SSimpleBuffer bytes;
     SAnsiString text;
     std::vector<SAnsiString> names;
-    EXPECT_EQ(ReadRawValue(HKEY_LOCAL_MACHINE, "None", "v", type, bytes, error), Result::NotFound);
+    EXPECT_EQ(ReadRawValue(kMachine, "None", "v", type, bytes, error), Result::NotFound);
     EXPECT_EQ(Str(error.message), "cannot open HKEY_LOCAL_MACHINE\\None: not found");
-    EXPECT_EQ(ExportKey(HKEY_LOCAL_MACHINE, "None", text, error), Result::NotFound);
+    EXPECT_EQ(ExportKey(kMachine, "None", text, error), Result::NotFound);
     EXPECT_EQ(ExportKey(HKEY_USERS, "", text, error), Result::Invalid);
-    EXPECT_EQ(ListSubKeys(HKEY_LOCAL_MACHINE, "None", names, error), Result::NotFound);
-    EXPECT_EQ(DeleteKeyTree(HKEY_LOCAL_MACHINE, "None", true, error), Result::NotFound);
+    EXPECT_EQ(ListSubKeys(kMachine, "None", names, error), Result::NotFound);
+    EXPECT_EQ(DeleteKeyTree(kMachine, "None", true, error), Result::NotFound);
 
     Put({"Tree\\A\\B", "v", 1, std::string("1\0", 2)});
-    EXPECT_EQ(ReadRawValue(HKEY_LOCAL_MACHINE, "\\tree\\a\\b\\", "V", type, bytes, error), Result::Ok);
-    EXPECT_EQ(ReadRawValue(HKEY_LOCAL_MACHINE, "Tree\\A\\B", "w", type, bytes, error), Result::NotFound);
-    EXPECT_EQ(ReadRawValue(HKEY_LOCAL_MACHINE, "Tree\\\\B", "v", type, bytes, error), Result::Invalid);
-    EXPECT_EQ(DeleteRawValue(HKEY_LOCAL_MACHINE, "Tree\\A\\B", "w", error), Result::NotFound);
-    EXPECT_EQ(DeleteKeyTree(HKEY_LOCAL_MACHINE, "", true, error), Result::Invalid);
-    EXPECT_EQ(DeleteKeyTree(HKEY_LOCAL_MACHINE, "Tree", false, error), Result::Invalid);
+    EXPECT_EQ(ReadRawValue(kMachine, "\\tree\\a\\b\\", "V", type, bytes, error), Result::Ok);
+    EXPECT_EQ(ReadRawValue(kMachine, "Tree\\A\\B", "w", type, bytes, error), Result::NotFound);
+    EXPECT_EQ(ReadRawValue(kMachine, "Tree\\\\B", "v", type, bytes, error), Result::Invalid);
+    EXPECT_EQ(DeleteRawValue(kMachine, "Tree\\A\\B", "w", error), Result::NotFound);
+    EXPECT_EQ(DeleteKeyTree(kMachine, "", true, error), Result::Invalid);
+    EXPECT_EQ(DeleteKeyTree(kMachine, "Tree", false, error), Result::Invalid);
     EXPECT_NE(Str(error.message).find("it has subkeys"), std::string::npos);
-    EXPECT_EQ(DeleteKeyTree(HKEY_LOCAL_MACHINE, "Tree\\A\\B", false, error), Result::Ok);
-    EXPECT_EQ(DeleteKeyTree(HKEY_LOCAL_MACHINE, "Tree", true, error), Result::Ok);
+    EXPECT_EQ(DeleteKeyTree(kMachine, "Tree\\A\\B", false, error), Result::Ok);
+    EXPECT_EQ(DeleteKeyTree(kMachine, "Tree", true, error), Result::Ok);
     EXPECT_EQ(Export(), kHeader + "\n[HKEY_LOCAL_MACHINE]\n");
 
     // A non-recursive export is the key and its values alone.
     Put({"Top\\Sub", "s", 1, std::string("1\0", 2)});
     Put({"Top", "t", 1, std::string("2\0", 2)});
-    ASSERT_EQ(ExportKey(HKEY_LOCAL_MACHINE, "Top", text, error, false), Result::Ok);
+    ASSERT_EQ(ExportKey(kMachine, "Top", text, error, false), Result::Ok);
     EXPECT_EQ(Str(text), kHeader + "\n[HKEY_LOCAL_MACHINE\\Top]\n\"t\"=\"2\"\n");
 
     HKEY root = nullptr;
     EXPECT_TRUE(ParseRegistryRoot("hkcu", root));
-    EXPECT_EQ(root, HKEY_CURRENT_USER);
+    EXPECT_EQ(root, kUser);
     EXPECT_TRUE(ParseRegistryRoot("HKEY_LOCAL_MACHINE", root));
-    EXPECT_EQ(root, HKEY_LOCAL_MACHINE);
+    EXPECT_EQ(root, kMachine);
     EXPECT_FALSE(ParseRegistryRoot("HKEY_USERS", root));
 }
 

@@ -7,13 +7,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <string>
-#include <unistd.h>
-#include <vector>
 
 using namespace TarnkitA201;
+using Names = std::vector<std::string>;
 
 namespace {
 
@@ -38,8 +37,7 @@ protected:
         IRegistryStore &store = GetRegistryStore();
         HKEY handle = nullptr;
         ASSERT_EQ(store.CreateKey(HKEY_LOCAL_MACHINE, key.c_str(), RegistryAccess::Write, &handle, nullptr), 0);
-        ASSERT_EQ(store.SetValue(handle, name, type, reinterpret_cast<const unsigned char *>(data.data()),
-                                 static_cast<unsigned long>(data.size())),
+        EXPECT_EQ(store.SetValue(handle, name, type, reinterpret_cast<const unsigned char *>(data.data()), data.size()),
                   0);
         store.CloseKey(handle);
     }
@@ -51,15 +49,15 @@ protected:
         return type;
     }
 
-    static std::vector<std::string> Keys(Registry::KeyIterator it) {
-        std::vector<std::string> names;
+    static Names Keys(Registry::KeyIterator it) {
+        Names names;
         for (; it; ++it)
             names.emplace_back(it.GetKey().getString());
         return names;
     }
 
-    static std::vector<std::string> Values(Registry::ValueIterator it) {
-        std::vector<std::string> pairs;
+    static Names Values(Registry::ValueIterator it) {
+        Names pairs;
         for (; it; ++it)
             pairs.push_back(std::string(it.GetName().getString()) + "=" + it.GetValue().getString());
         return pairs;
@@ -194,27 +192,27 @@ TEST_F(RegistryKeysTest, EnumerationsFillTheInstanceFromTheServer) {
 
     ServerRegistry one("Srv", "One");
     // The server's "Instances" key is not copied into an instance.
-    EXPECT_EQ(Keys(one.EnumSubKeys()), (std::vector<std::string>{"Alpha", "Zeta"}));
+    EXPECT_EQ(Keys(one.EnumSubKeys()), (Names{"Alpha", "Zeta"}));
     EXPECT_STREQ(Machine(instanceKey + "\\Alpha\\Deep").ReadValue("d").getString(), "4");
     EXPECT_EQ(TypeAt(instanceKey + "\\Alpha\\Deep", "d"), 4u);
     // An existing sub-key is left as it is.
     EXPECT_STREQ(Machine(instanceKey + "\\Zeta").ReadValue("z").getString(), "instance");
 
-    EXPECT_EQ(Values(one.EnumValues()), (std::vector<std::string>{"own=instance", "Shared=s"}));
+    EXPECT_EQ(Values(one.EnumValues()), (Names{"own=instance", "Shared=s"}));
     EXPECT_STREQ(Machine(instanceKey).ReadValue("Own").getString(), "instance");
 
     // The instances from the first one on, whichever object asks.
-    EXPECT_EQ(Keys(one.EnumInstances()), (std::vector<std::string>{"One", "Two"}));
-    EXPECT_EQ(Keys(ServerRegistry("Srv", "").EnumInstances()), (std::vector<std::string>{"One", "Two"}));
+    EXPECT_EQ(Keys(one.EnumInstances()), (Names{"One", "Two"}));
+    EXPECT_EQ(Keys(ServerRegistry("Srv", "").EnumInstances()), (Names{"One", "Two"}));
     EXPECT_FALSE(ServerRegistry("Nobody", "").EnumInstances());
 
     // An instance that does not exist yet is made by enumerating it.
     ServerRegistry fresh("Srv", "Three");
-    EXPECT_EQ(Keys(fresh.EnumSubKeys()), (std::vector<std::string>{"Alpha", "Zeta"}));
-    EXPECT_EQ(Values(fresh.EnumValues()), (std::vector<std::string>{"Shared=s", "Own=server"}));
+    EXPECT_EQ(Keys(fresh.EnumSubKeys()), (Names{"Alpha", "Zeta"}));
+    EXPECT_EQ(Values(fresh.EnumValues()), (Names{"Shared=s", "Own=server"}));
 
     // A server key enumerates as it is.
-    EXPECT_EQ(Keys(ServerRegistry("Srv", "").EnumSubKeys()), (std::vector<std::string>{"Alpha", "Instances", "Zeta"}));
+    EXPECT_EQ(Keys(ServerRegistry("Srv", "").EnumSubKeys()), (Names{"Alpha", "Instances", "Zeta"}));
 }
 
 TEST_F(RegistryKeysTest, ConfigManagerReadsServersAndNamesWhatIsMissing) {
@@ -289,9 +287,7 @@ TEST_F(RegistryKeysTest, WebConnectorHostsRoundTripInOrder) {
     EXPECT_STREQ(Machine(kCompany + "\\Web Connector\\Site\\GHSHosts\\0").ReadValue("GHSHost").getString(), "host0");
 
     EXPECT_TRUE(web.GetGHSHosts(hosts));
-    ASSERT_EQ(hosts.GetSize(), written.GetSize());
-    for (size_t i = 0; i < hosts.GetSize(); ++i)
-        EXPECT_TRUE(hosts[i] == written[i]) << i;
+    EXPECT_TRUE(std::equal(hosts.begin(), hosts.end(), written.begin(), written.end()));
 
     // By name, the later of two hosts with one name wins.
     WebConnectorRegistry::GHSHostMap byName;
@@ -307,8 +303,7 @@ TEST_F(RegistryKeysTest, WebConnectorHostsRoundTripInOrder) {
     ASSERT_TRUE(web.SetGHSHosts(shorter));
     hosts.RemoveAll();
     EXPECT_TRUE(web.GetGHSHosts(hosts));
-    ASSERT_EQ(hosts.GetSize(), 1u);
-    EXPECT_TRUE(hosts[0] == shorter[0]);
+    EXPECT_TRUE(std::equal(hosts.begin(), hosts.end(), shorter.begin(), shorter.end()));
 
     // A host without a name is refused before anything changes.
     shorter.Add({SAnsiString(), SAnsiString("http://nameless/")});

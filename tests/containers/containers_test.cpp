@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 
 using namespace TarnkitA201;
 
@@ -17,7 +18,6 @@ namespace {
 struct Reported {};
 void ThrowingHandler(const char *, const char *, const char *, unsigned) { throw Reported{}; }
 int g_reports = 0;
-void CountingHandler(const char *, const char *, const char *, unsigned) { ++g_reports; }
 
 // Installs a handler for the scope and puts the previous one back.
 struct HandlerScope {
@@ -25,22 +25,6 @@ struct HandlerScope {
     ~HandlerScope() { SetInvalidParameterHandler(previous); }
     InvalidParameterHandler previous;
 };
-
-// An array of `n` elements whose capacity is exactly `n`.
-SIArray<int> FullArray(size_t n) {
-    SIArray<int> a;
-    a.SetSize(n);
-    return a;
-}
-
-// Capacity shows only through growth: add until the elements move.
-size_t CapacityOf(SIArray<int> &a) {
-    const int *before = a.Begin();
-    size_t size = a.GetSize();
-    for (; a.Begin() == before; ++size)
-        a.Add(0);
-    return size - 1;
-}
 
 template <class Container>
 std::string Keys(const Container &c) {
@@ -52,24 +36,29 @@ std::string Keys(const Container &c) {
 
 } // namespace
 
-TEST(SIArray, SetSizeGrowsInBoundedSteps) {
-    SIArray<int> a = FullArray(100), b = FullArray(100), c = FullArray(100), d = FullArray(8), e = FullArray(16000);
-    a.ElementAt(99) = 7;
-    a.SetSize(101); // count / 8 = 12
-    EXPECT_EQ(a.GetAt(99), 7);
-    EXPECT_EQ(a.GetAt(100), 0);
-    b.SetSize(101, 50);
-    c.SetSize(200, 5); // beyond the step: exactly n
-    d.SetSize(9);      // count / 8 below 5 gives 4
-    e.SetSize(16001);  // count / 8 above 1024 gives 1024
-    EXPECT_EQ(CapacityOf(a), 112u);
-    EXPECT_EQ(CapacityOf(b), 150u);
-    EXPECT_EQ(CapacityOf(c), 200u);
-    EXPECT_EQ(CapacityOf(d), 12u);
-    EXPECT_EQ(CapacityOf(e), 17024u);
+TEST(SIArray, SetSizeGrowsInBoundedStepsAndBadIndexesAreHarmless) {
+    // From an array whose capacity is exactly its size: the step is count / 8,
+    // at least 4 and at most 1024, unless one is given; a size beyond the
+    // step is taken exactly. Elements are kept, new ones are zero.
+    for (auto [size, grown, step, capacity] : {std::tuple{100u, 101u, -1, 112u}, {100u, 101u, 50, 150u},
+                                               {100u, 200u, 5, 200u}, {8u, 9u, -1, 12u},
+                                               {16000u, 16001u, -1, 17024u}}) {
+        SIArray<int> a;
+        a.SetSize(size);
+        a.ElementAt(size - 1) = 7;
+        a.SetSize(grown, step);
+        EXPECT_EQ(a.GetAt(size - 1), 7);
+        EXPECT_EQ(a.GetAt(grown - 1), 0);
+        // Capacity shows only through growth: add until the elements move.
+        size_t added = 0;
+        for (const int *before = a.Begin(); a.Begin() == before; ++added)
+            a.Add(0);
+        EXPECT_EQ(grown + added - 1, capacity) << size << " to " << grown;
+    }
 
     // Shrinking keeps the capacity; regrowing within it does not move.
-    SIArray<int> f = FullArray(50);
+    SIArray<int> f;
+    f.SetSize(50);
     const int *storage = f.Begin();
     f.SetSize(0);
     EXPECT_EQ(f.GetSize(), 0u);
@@ -80,23 +69,21 @@ TEST(SIArray, SetSizeGrowsInBoundedSteps) {
     EXPECT_EQ(f.Begin(), storage);
     EXPECT_THROW(f.SetSize(SIZE_MAX), std::length_error);
     EXPECT_EQ(f.GetUpperBound(), 49u);
-}
 
-TEST(SIArray, BadIndexesAreReportedAndHarmless) {
-    {
-        HandlerScope scope(ThrowingHandler);
-        SIArray<int> a;
-        EXPECT_THROW(a.GetAt(0), Reported);
-        a.Add(1);
-        EXPECT_THROW(a.ElementAt(1), Reported);
-        EXPECT_THROW((void)a[SIZE_MAX], Reported);
-        EXPECT_THROW(a.SetAt(1, 0), Reported);
-        EXPECT_THROW(a.RemoveAt(0, 2), Reported);
-        EXPECT_THROW(a.RemoveAt(SIZE_MAX, 2), Reported); // no wrap-around
-        EXPECT_THROW(a.InsertAt(2, 0), Reported);
-        EXPECT_EQ(a.GetSize(), 1u);
-    }
-    HandlerScope scope(CountingHandler);
+    HandlerScope scope(ThrowingHandler);
+    SIArray<int> a;
+    EXPECT_THROW(a.GetAt(0), Reported);
+    a.Add(1);
+    EXPECT_THROW(a.ElementAt(1), Reported);
+    EXPECT_THROW((void)a[SIZE_MAX], Reported);
+    EXPECT_THROW(a.SetAt(1, 0), Reported);
+    EXPECT_THROW(a.RemoveAt(0, 2), Reported);
+    EXPECT_THROW(a.RemoveAt(SIZE_MAX, 2), Reported); // no wrap-around
+    EXPECT_THROW(a.InsertAt(2, 0), Reported);
+    EXPECT_EQ(a.GetSize(), 1u);
+
+    // A handler that returns gets a fresh scratch element and no change.
+    SetInvalidParameterHandler([](const char *, const char *, const char *, unsigned) { ++g_reports; });
     g_reports = 0;
     SIArray<std::string> s;
     s.Add("kept");
@@ -111,15 +98,14 @@ TEST(SIArray, BadIndexesAreReportedAndHarmless) {
 
 TEST(SIArrayDeathTest, DefaultHandlerAborts) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    SIArray<int> a;
-    EXPECT_DEATH(a.GetAt(3), "invalid parameter: index < GetSize\\(\\)");
+    EXPECT_DEATH(SIArray<int>().GetAt(3), "invalid parameter: index < GetSize\\(\\)");
 }
 
-TEST(SIMap, KeyClassOrders) {
+TEST(SIMap, KeyClassOrdersTheSetsVocabularyAndTheIteratorsEnds) {
+    HandlerScope scope(ThrowingHandler);
     SIMap<SMapStringCaseInsensitive, SAnsiString> map, two;
-    map.Insert("bb", "2");
-    map.Insert("a", "1");
-    map.Insert("CCC", "3");
+    for (const char *key : {"bb", "a", "CCC"})
+        map.Insert(key, key);
     EXPECT_EQ(Keys(map), "a,bb,CCC,");
     two.SetAt("b", "x");
     two.Update("A", "y");
@@ -142,46 +128,7 @@ TEST(SIMap, KeyClassOrders) {
     for (const char *key : {"a", "B", "A", "ab"})
         binary.Insert(key, 0);
     EXPECT_EQ(Keys(binary), "A,B,a,ab,");
-}
 
-TEST(SIMap, IteratorWalksAndStopsAtBothEnds) {
-    HandlerScope scope(ThrowingHandler);
-    SIMap<int, int> map;
-    EXPECT_FALSE(map.GetFirst());
-    EXPECT_TRUE(map.GetLast() == map.End());
-    EXPECT_FALSE(map.Find(1));
-    auto none = map.End();
-    EXPECT_THROW(--none, Reported);
-    EXPECT_THROW(++none, Reported);
-    EXPECT_THROW(none.GetKey(), Reported);
-
-    for (int i = 1; i <= 3; ++i)
-        map.Insert(i, i * 10);
-    auto it = map.GetFirst();
-    EXPECT_TRUE(it.Next());
-    EXPECT_TRUE(it.Next());
-    EXPECT_TRUE(it.IsLast());
-    EXPECT_FALSE(it.Next());
-    EXPECT_THROW(it++, Reported);
-    EXPECT_TRUE(it == map.End()); // a refused step does not move
-    EXPECT_TRUE(it.Prev());
-    EXPECT_EQ(it->first, 3);
-
-    auto back = map.GetLast();
-    back.GetValue() = 33;
-    --back;
-    --back;
-    EXPECT_EQ((*back).second, 10);
-    EXPECT_THROW(--back, Reported);
-    EXPECT_EQ(back.GetKey(), 1);
-    const SIMap<int, int> &constant = map;
-    SIMap<int, int>::ConstIterator last = map.GetLast();
-    EXPECT_EQ(last.GetValue(), 33);
-    EXPECT_EQ(constant.Find(2).GetValue(), 20);
-}
-
-TEST(SISet, KeysWithTheMapsVocabulary) {
-    HandlerScope scope(ThrowingHandler);
     SISet<SAnsiStringCI> set;
     EXPECT_TRUE(set.Insert("Trace"));
     EXPECT_FALSE(set.Insert("TRACE"));
@@ -198,4 +145,36 @@ TEST(SISet, KeysWithTheMapsVocabulary) {
     SISet<SAnsiStringCI> copy(set);
     set.RemoveAll();
     EXPECT_EQ(copy.GetCount(), 1u);
+
+    // The map's iterator walks and stops at both ends.
+    using IntMap = SIMap<int, int>;
+    IntMap numbers;
+    EXPECT_FALSE(numbers.GetFirst());
+    EXPECT_TRUE(numbers.GetLast() == numbers.End());
+    EXPECT_FALSE(numbers.Find(1));
+    EXPECT_THROW(--numbers.End(), Reported);
+    EXPECT_THROW(++numbers.End(), Reported);
+    EXPECT_THROW(numbers.End().GetKey(), Reported);
+
+    for (int i = 1; i <= 3; ++i)
+        numbers.Insert(i, i * 10);
+    auto walk = numbers.GetFirst();
+    EXPECT_TRUE(walk.Next());
+    EXPECT_TRUE(walk.Next());
+    EXPECT_TRUE(walk.IsLast());
+    EXPECT_FALSE(walk.Next());
+    EXPECT_THROW(walk++, Reported);
+    EXPECT_TRUE(walk == numbers.End()); // a refused step does not move
+    EXPECT_TRUE(walk.Prev());
+    EXPECT_EQ(walk->first, 3);
+
+    auto back = numbers.GetLast();
+    back.GetValue() = 33;
+    --back;
+    --back;
+    EXPECT_EQ((*back).second, 10);
+    EXPECT_THROW(--back, Reported);
+    EXPECT_EQ(back.GetKey(), 1);
+    EXPECT_EQ(IntMap::ConstIterator(numbers.GetLast()).GetValue(), 33);
+    EXPECT_EQ(static_cast<const IntMap &>(numbers).Find(2).GetValue(), 20);
 }

@@ -1,33 +1,35 @@
+// SSimpleBuffer: the shared empty buffer, copy on write, growth, comparison,
+// handing blocks over, and loading and saving files, read or mapped.
 #include "tarnkit/simplebuffer.h"
 
 #include "support/testsupport.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <dirent.h>
-#include <cstdlib>
-#include <fcntl.h>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <sys/stat.h>
-#include <unistd.h>
 
 using namespace TarnkitA201;
-using TarnkitTest::CapturingSink;
+namespace fs = std::filesystem;
 
 namespace {
 
-const unsigned char *Bytes(const char *text) { return reinterpret_cast<const unsigned char *>(text); }
-
-SSimpleBuffer Make(const char *text) {
-    SSimpleBuffer b;
-    b.append(Bytes(text), std::strlen(text));
-    return b;
-}
+// The text's bytes, only ever read.
+unsigned char *Bytes(const char *text) { return reinterpret_cast<unsigned char *>(const_cast<char *>(text)); }
+const unsigned char *Data(const SSimpleBuffer &b) { return b; }
+SSimpleBuffer Make(const char *text) { return SSimpleBuffer(Bytes(text), std::strlen(text), false); }
 
 std::string Content(const SSimpleBuffer &b) {
-    const unsigned char *p = b;
-    return p == nullptr ? std::string() : std::string(reinterpret_cast<const char *>(p), b.getNBytes());
+    return Data(b) == nullptr ? "<null>" : std::string(reinterpret_cast<const char *>(Data(b)), b.getNBytes());
+}
+
+// "content (used/allocated)": the whole visible state at once.
+std::string State(const SSimpleBuffer &b) {
+    return Content(b) + " (" + std::to_string(b.getNBytes()) + "/" + std::to_string(b.getNBytesAllocated()) + ")";
 }
 
 class SimpleBufferFiles : public ::testing::Test {
@@ -37,48 +39,34 @@ protected:
         ASSERT_NE(mkdtemp(pattern), nullptr);
         m_dir = pattern;
     }
-    void TearDown() override { std::system(("rm -rf '" + m_dir + "'").c_str()); }
+    void TearDown() override { fs::remove_all(m_dir); }
 
     std::string path(const char *name) const { return m_dir + "/" + name; }
-    static void write(const std::string &file, const std::string &text) {
-        FILE *f = std::fopen(file.c_str(), "wb");
-        ASSERT_NE(f, nullptr);
-        std::fwrite(text.data(), 1, text.size(), f);
-        std::fclose(f);
+    // The name of file `name` in the test's directory, first written with
+    // `text` unless that is null.
+    SAnsiString file(const char *name, const char *text = nullptr) const {
+        EXPECT_TRUE(text == nullptr || std::ofstream(path(name), std::ios::binary) << text);
+        return SAnsiString(path(name).c_str());
     }
-    static std::string read(const std::string &file) {
-        FILE *f = std::fopen(file.c_str(), "rb");
-        if (f == nullptr)
-            return "<missing>";
-        std::string text;
-        char chunk[256];
-        size_t n;
-        while ((n = std::fread(chunk, 1, sizeof chunk, f)) > 0)
-            text.append(chunk, n);
-        std::fclose(f);
-        return text;
+    static SSimpleBuffer load(const SAnsiString &name, bool map = false, bool temporary = false) {
+        SSimpleBuffer b;
+        EXPECT_TRUE(b.loadFromFile(name, map, temporary)) << name.getString();
+        return b;
     }
-    static bool exists(const std::string &file) { return access(file.c_str(), F_OK) == 0; }
-    static int openDescriptors() {
-        int count = 0;
-        if (DIR *dir = opendir("/proc/self/fd")) {
-            while (readdir(dir) != nullptr)
-                ++count;
-            closedir(dir);
-        }
-        return count;
+    std::string read(const char *name) const {
+        std::ifstream in(path(name), std::ios::binary);
+        return in ? std::string(std::istreambuf_iterator<char>(in), {}) : "<missing>";
     }
+    static long openDescriptors() { return std::distance(fs::directory_iterator("/proc/self/fd"), {}); }
 
     std::string m_dir;
 };
 
 } // namespace
 
-TEST(SimpleBuffer, EmptyBufferFacts) {
+TEST(SimpleBuffer, EmptyBufferAndComparison) {
     SSimpleBuffer empty;
-    EXPECT_EQ(static_cast<const unsigned char *>(empty), nullptr);
-    EXPECT_EQ(empty.getNBytes(), 0u);
-    EXPECT_EQ(empty.getNBytesAllocated(), 1u);
+    EXPECT_EQ(State(empty), "<null> (0/1)");
     EXPECT_TRUE(empty.isEmpty());
     EXPECT_TRUE(SSimpleBuffer::IsEmptyBuffer(SSimpleBuffer::GetEmptyBuffer()));
     EXPECT_TRUE(empty == SSimpleBuffer());
@@ -91,30 +79,40 @@ TEST(SimpleBuffer, EmptyBufferFacts) {
     EXPECT_EQ(SSimpleBuffer::GetEmptyBuffer()->refCount.read(), -1);
 
     // A rejected adoption leaves a buffer that behaves as empty.
-    CapturingSink sink;
+    TarnkitTest::CapturingSink sink;
     SSimpleBuffer rejected(nullptr, 4, true);
     EXPECT_TRUE(sink.saw("assert failure"));
     EXPECT_TRUE(sink.saw("(0 : no message)"));
-    EXPECT_EQ(static_cast<const unsigned char *>(rejected), nullptr);
-    EXPECT_EQ(rejected.getNBytes(), 0u);
-    EXPECT_EQ(rejected.getNBytesAllocated(), 0u);
+    EXPECT_EQ(State(rejected), "<null> (0/0)");
     EXPECT_EQ(rejected.detach(), nullptr);
-    SSimpleBuffer copy(rejected);
-    EXPECT_TRUE(copy.isEmpty());
+    EXPECT_TRUE(SSimpleBuffer(rejected).isEmpty());
     rejected.append(Bytes("ok"), 2);
     EXPECT_EQ(Content(rejected), "ok");
+
+    EXPECT_TRUE(Make("abc") == Make("abc"));
+    EXPECT_FALSE(Make("abc") == Make("abcd"));
+    EXPECT_TRUE(Make("abc") != Make("abd"));
+    EXPECT_TRUE(Make("abc") == Bytes("abcdef"));
+    EXPECT_FALSE(Make("abc") == Bytes("abx"));
+    EXPECT_FALSE(Make("abc") == static_cast<const unsigned char *>(nullptr));
+    EXPECT_LT(Make("abc").compare(Make("abd")), 0);
+    EXPECT_GT(Make("abd").compare(Make("abc")), 0);
+    // Of different sizes, exactly -1 or 1.
+    for (auto [a, b, result] : {std::tuple{"ab", "abc", -1}, {"abc", "ab", 1}, {"b", "abc", 1}, {"abc", "b", -1}})
+        EXPECT_EQ(Make(a).compare(Make(b)), result) << a << " " << b;
+    EXPECT_EQ(SSimpleBuffer().compare(Make("a")), -1);
+    EXPECT_TRUE(Make("ab") < Make("abc"));
+    EXPECT_FALSE(Make("b") < Make("abc"));
 }
 
-TEST(SimpleBuffer, CopiesShareUntilOneWrites) {
-    SSimpleBuffer a = Make("abc");
-    SSimpleBuffer b = a;
+TEST(SimpleBuffer, CopyOnWriteDetachAppendAndGetBuffer) {
+    SSimpleBuffer a = Make("abc"), b = a;
     const unsigned char *shared = a;
-    EXPECT_EQ(static_cast<const unsigned char *>(b), shared);
-
+    EXPECT_EQ(Data(b), shared);
     b.append(Bytes("d"), 1);
     EXPECT_EQ(Content(a), "abc");
     EXPECT_EQ(Content(b), "abcd");
-    EXPECT_EQ(static_cast<const unsigned char *>(a), shared);
+    EXPECT_EQ(Data(a), shared);
 
     SSimpleBuffer c = a;
     unsigned char *writable = c.getBuffer(SSimpleBuffer::npos);
@@ -123,88 +121,76 @@ TEST(SimpleBuffer, CopiesShareUntilOneWrites) {
     c.releaseBuffer(3);
     EXPECT_EQ(Content(a), "abc");
     EXPECT_EQ(Content(c), "Xbc");
-
     c = a;
     c.empty();
     EXPECT_TRUE(c.isEmpty());
     EXPECT_EQ(Content(a), "abc");
-}
 
-TEST(SimpleBuffer, AppendGrowsExactlyUnlessGivenExtra) {
-    SSimpleBuffer b;
-    b.append(Bytes("abcd"), 4, 100);
-    EXPECT_EQ(b.getNBytesAllocated(), 104u);
-    const unsigned char *block = b;
-    b.append(Bytes("efg"), 3, 100);
-    EXPECT_EQ(static_cast<const unsigned char *>(b), block);
-    EXPECT_EQ(Content(b), "abcdefg");
+    // Detaching hands the block over; a shared one is copied first.
+    unsigned char *block = SSimpleBuffer::alloc(4);
+    ASSERT_NE(block, nullptr);
+    SSimpleBuffer adopted(block, 4, true);
+    EXPECT_EQ(Data(adopted), block);
+    EXPECT_EQ(adopted.detach(), block);
+    EXPECT_TRUE(adopted.isEmpty());
+    SSimpleBuffer::dealloc(block);
 
+    unsigned char source[] = {1, 2, 3};
+    SSimpleBuffer copied(source, 3, false);
+    EXPECT_NE(Data(copied), source);
+    SSimpleBuffer other = copied;
+    TarnkitTest::CapturingSink sink;
+    unsigned char *mine = copied.detach();
+    ASSERT_NE(mine, nullptr);
+    EXPECT_NE(mine, Data(other));
+    EXPECT_EQ(std::memcmp(mine, source, 3), 0);
+    EXPECT_TRUE(sink.saw("SSimpleBuffer::detach() copying buffer before detaching"));
+    EXPECT_EQ(other.getNBytes(), 3u);
+    SSimpleBuffer::dealloc(mine);
+
+    // Appending grows exactly unless given extra.
+    SSimpleBuffer grown;
+    grown.append(Bytes("abcd"), 4, 100);
+    EXPECT_EQ(grown.getNBytesAllocated(), 104u);
+    const unsigned char *first = grown;
+    grown.append(Bytes("efg"), 3, 100);
+    EXPECT_EQ(Data(grown), first);
+    EXPECT_EQ(Content(grown), "abcdefg");
     // Filling the block exactly still replaces it.
-    std::string fill(97, 'z');
-    b.append(Bytes(fill.c_str()), fill.size());
-    EXPECT_NE(static_cast<const unsigned char *>(b), block);
-    EXPECT_EQ(b.getNBytes(), 104u);
-    EXPECT_EQ(b.getNBytesAllocated(), 104u);
+    grown.append(Bytes(std::string(97, 'z').c_str()), 97);
+    EXPECT_NE(Data(grown), first);
+    EXPECT_EQ(State(grown), "abcdefg" + std::string(97, 'z') + " (104/104)");
 
     SSimpleBuffer bytes;
     bytes << 'a' << 'b';
     bytes.append('c');
-    EXPECT_EQ(Content(bytes), "abc");
-    EXPECT_EQ(bytes.getNBytesAllocated(), 3u);
-
+    EXPECT_EQ(State(bytes), "abc (3/3)");
     bytes.append(nullptr, 5);
     bytes.append(Bytes("x"), 0);
     EXPECT_EQ(Content(bytes), "abc");
-
     // A piece of the buffer itself, even when the block moves.
     bytes.append(bytes, 2);
     EXPECT_EQ(Content(bytes), "abcab");
-}
 
-TEST(SimpleBuffer, CompareUsesSizesAndBytes) {
-    EXPECT_TRUE(Make("abc") == Make("abc"));
-    EXPECT_FALSE(Make("abc") == Make("abcd"));
-    EXPECT_TRUE(Make("abc") != Make("abd"));
-    EXPECT_TRUE(Make("abc") == Bytes("abcdef"));
-    EXPECT_FALSE(Make("abc") == Bytes("abx"));
-    EXPECT_FALSE(Make("abc") == static_cast<const unsigned char *>(nullptr));
-
-    EXPECT_LT(Make("abc").compare(Make("abd")), 0);
-    EXPECT_GT(Make("abd").compare(Make("abc")), 0);
-    EXPECT_EQ(Make("ab").compare(Make("abc")), -1);
-    EXPECT_EQ(Make("abc").compare(Make("ab")), 1);
-    EXPECT_EQ(Make("b").compare(Make("abc")), 1);
-    EXPECT_EQ(Make("abc").compare(Make("b")), -1);
-    EXPECT_EQ(SSimpleBuffer().compare(Make("a")), -1);
-    EXPECT_TRUE(Make("ab") < Make("abc"));
-    EXPECT_FALSE(Make("b") < Make("abc"));
-}
-
-TEST(SimpleBuffer, GetBufferAndReleaseBuffer) {
-    SSimpleBuffer b(10);
-    EXPECT_EQ(b.getNBytes(), 0u);
-    EXPECT_EQ(b.getNBytesAllocated(), 10u);
-    const unsigned char *block = b;
-    EXPECT_EQ(b.getBuffer(SSimpleBuffer::npos), block);
-    unsigned char *p = b.getBuffer(9);
-    EXPECT_EQ(p, block);
+    SSimpleBuffer sized(10);
+    EXPECT_EQ(State(sized), " (0/10)");
+    first = sized;
+    EXPECT_EQ(sized.getBuffer(SSimpleBuffer::npos), first);
+    unsigned char *p = sized.getBuffer(9);
+    EXPECT_EQ(p, first);
     std::memcpy(p, "hello", 5);
-    b.releaseBuffer(5);
-    EXPECT_EQ(Content(b), "hello");
-
+    sized.releaseBuffer(5);
+    EXPECT_EQ(Content(sized), "hello");
     // Asking for the whole block or more moves the content to a new one.
-    p = b.getBuffer(10);
-    EXPECT_NE(p, block);
-    EXPECT_EQ(b.getNBytesAllocated(), 10u);
-    EXPECT_EQ(Content(b), "hello");
-    p = b.getBuffer(2);
-    EXPECT_EQ(b.getNBytes(), 5u);
-
+    EXPECT_NE(sized.getBuffer(10), first);
+    EXPECT_EQ(State(sized), "hello (5/10)");
+    sized.getBuffer(2);
+    EXPECT_EQ(sized.getNBytes(), 5u);
     // A size beyond the block is refused rather than trusted.
-    CapturingSink sink;
-    b.releaseBuffer(500);
+    sink.clear();
+    sized.releaseBuffer(500);
     EXPECT_TRUE(sink.saw("assert failure"));
-    EXPECT_EQ(b.getNBytes(), b.getNBytesAllocated());
+    EXPECT_EQ(sized.getNBytes(), sized.getNBytesAllocated());
 
     SSimpleBuffer fresh;
     p = fresh.getBuffer(3);
@@ -212,167 +198,99 @@ TEST(SimpleBuffer, GetBufferAndReleaseBuffer) {
     std::memcpy(p, "xyz", 3);
     fresh.releaseBuffer(3);
     EXPECT_EQ(Content(fresh), "xyz");
-    EXPECT_TRUE(SSimpleBuffer().isEmpty());
 }
 
-TEST(SimpleBuffer, DetachHandsOverTheBlock) {
-    unsigned char *block = SSimpleBuffer::alloc(4);
-    ASSERT_NE(block, nullptr);
-    std::memcpy(block, "data", 4);
-    SSimpleBuffer adopted(block, 4, true);
-    EXPECT_EQ(static_cast<const unsigned char *>(adopted), block);
-    unsigned char *back = adopted.detach();
-    EXPECT_EQ(back, block);
-    EXPECT_TRUE(adopted.isEmpty());
-    SSimpleBuffer::dealloc(back);
-
-    unsigned char source[] = {1, 2, 3};
-    SSimpleBuffer copied(source, 3, false);
-    EXPECT_NE(static_cast<const unsigned char *>(copied), source);
-    SSimpleBuffer other = copied;
-    CapturingSink sink;
-    unsigned char *mine = copied.detach();
-    ASSERT_NE(mine, nullptr);
-    EXPECT_NE(mine, static_cast<const unsigned char *>(other));
-    EXPECT_EQ(std::memcmp(mine, source, 3), 0);
-    EXPECT_TRUE(sink.saw("SSimpleBuffer::detach() copying buffer before detaching"));
-    EXPECT_EQ(other.getNBytes(), 3u);
-    SSimpleBuffer::dealloc(mine);
-}
-
-TEST_F(SimpleBufferFiles, LoadsByReadingAndByMapping) {
-    write(path("a"), "file content");
-    SSimpleBuffer read;
-    ASSERT_TRUE(read.loadFromFile(SAnsiString(path("a").c_str())));
-    EXPECT_EQ(Content(read), "file content");
-    EXPECT_EQ(read.getNBytesAllocated(), 12u);
-    EXPECT_FALSE(read.IsMapped());
-
-    SSimpleBuffer mapped;
-    ASSERT_TRUE(mapped.loadFromFile(SAnsiString(path("a").c_str()), true, false));
+TEST_F(SimpleBufferFiles, LoadsByReadingOrMappingAndMappedBuffersAreReadOnly) {
+    SSimpleBuffer loaded = load(file("a", "file content")), mapped = load(file("a"), true);
+    EXPECT_EQ(State(loaded), "file content (12/12)");
+    EXPECT_FALSE(loaded.IsMapped());
     EXPECT_EQ(Content(mapped), "file content");
     EXPECT_TRUE(mapped.IsMapped());
 
-    write(path("zero"), "");
-    SSimpleBuffer zero = Make("old");
-    ASSERT_TRUE(zero.loadFromFile(SAnsiString(path("zero").c_str())));
-    EXPECT_EQ(zero.getNBytes(), 0u);
-    EXPECT_EQ(zero.getNBytesAllocated(), 0u);
+    TarnkitTest::CapturingSink sink;
+    SSimpleBuffer zero = Make("old"), missing = Make("old");
+    ASSERT_TRUE(zero.loadFromFile(file("zero", "")));
+    EXPECT_EQ(State(zero), " (0/0)");
     // An empty file has nothing to map.
-    EXPECT_FALSE(zero.loadFromFile(SAnsiString(path("zero").c_str()), true, false));
+    EXPECT_FALSE(zero.loadFromFile(file("zero"), true, false));
 
-    CapturingSink sink;
-    SSimpleBuffer missing = Make("old");
-    EXPECT_FALSE(missing.loadFromFile(SAnsiString(path("none").c_str())));
+    EXPECT_FALSE(missing.loadFromFile(file("none")));
     EXPECT_TRUE(missing.isEmpty());
     EXPECT_TRUE(sink.saw("SSimpleBuffer::loadFromFile: could not read from file "));
     EXPECT_TRUE(sink.saw("No such file or directory"));
-    EXPECT_FALSE(missing.loadFromFile(SAnsiString(path("none").c_str()), true, false));
+    EXPECT_FALSE(missing.loadFromFile(file("none"), true, false));
     EXPECT_TRUE(sink.saw("for memory-mapped reading. Errno is 2"));
-}
 
-TEST_F(SimpleBufferFiles, MappedBufferIsReadOnlyAndUnsharesOnWrite) {
-    write(path("m"), "mapped bytes");
-    SSimpleBuffer b;
-    ASSERT_TRUE(b.loadFromFile(SAnsiString(path("m").c_str()), true, false));
-    const unsigned char *view = b;
-    unsigned char *writable = b.getBuffer(SSimpleBuffer::npos);
+    // Writing through a mapped buffer copies first; the file never changes.
+    SSimpleBuffer written = load(file("m", "mapped bytes"), true), grown = load(file("m"), true);
+    const unsigned char *view = written;
+    unsigned char *writable = written.getBuffer(SSimpleBuffer::npos);
     ASSERT_NE(writable, nullptr);
     EXPECT_NE(writable, view);
     writable[0] = 'M';
-    b.releaseBuffer(b.getNBytes());
-    EXPECT_EQ(Content(b), "Mapped bytes");
-    EXPECT_FALSE(b.IsMapped());
-    EXPECT_EQ(read(path("m")), "mapped bytes");
-
-    SSimpleBuffer grown;
-    ASSERT_TRUE(grown.loadFromFile(SAnsiString(path("m").c_str()), true, false));
+    written.releaseBuffer(written.getNBytes());
+    EXPECT_EQ(Content(written), "Mapped bytes");
+    EXPECT_FALSE(written.IsMapped());
+    EXPECT_EQ(read("m"), "mapped bytes");
     grown.append(Bytes("!"), 1);
     EXPECT_EQ(Content(grown), "mapped bytes!");
-    EXPECT_EQ(read(path("m")), "mapped bytes");
-
-    SSimpleBuffer detached;
-    ASSERT_TRUE(detached.loadFromFile(SAnsiString(path("m").c_str()), true, false));
-    unsigned char *block = detached.detach();
+    EXPECT_EQ(read("m"), "mapped bytes");
+    unsigned char *block = load(file("m"), true).detach();
     ASSERT_NE(block, nullptr);
     block[0] = 'D';
     SSimpleBuffer::dealloc(block);
-    EXPECT_EQ(read(path("m")), "mapped bytes");
+    EXPECT_EQ(read("m"), "mapped bytes");
+
+    // Sizes are 32-bit: a file of 4 GiB and 16 bytes reads as 16 bytes.
+    file("big", "0123456789abcdefXYZ");
+    std::error_code error;
+    fs::resize_file(path("big"), 0x100000010LL, error);
+    if (error)
+        GTEST_SKIP() << "no sparse files here";
+    EXPECT_EQ(Content(load(file("big"))), "0123456789abcdef");
+    EXPECT_FALSE(loaded.loadFromFile(file("big"), true, false));
 }
 
-TEST_F(SimpleBufferFiles, TemporaryMappedFileGoesWithTheLastHolder) {
-    write(path("t"), "temporary");
-    int descriptors = openDescriptors();
+TEST_F(SimpleBufferFiles, TemporaryMappedFilesAndSaving) {
+    const long descriptors = openDescriptors();
     {
-        SSimpleBuffer b;
-        ASSERT_TRUE(b.loadFromFile(SAnsiString(path("t").c_str()), true, true));
-        SSimpleBuffer copy = b;
+        SSimpleBuffer b = load(file("t", "temporary"), true, true), copy = b;
         b.empty();
-        EXPECT_TRUE(exists(path("t")));
+        EXPECT_TRUE(fs::exists(path("t")));
         EXPECT_EQ(Content(copy), "temporary");
         EXPECT_EQ(openDescriptors(), descriptors + 1);
     }
-    EXPECT_FALSE(exists(path("t")));
+    EXPECT_FALSE(fs::exists(path("t")));
     EXPECT_EQ(openDescriptors(), descriptors);
 
     // Not temporary, or read rather than mapped: the file stays.
-    write(path("k"), "kept");
     {
-        SSimpleBuffer mapped, read;
-        ASSERT_TRUE(mapped.loadFromFile(SAnsiString(path("k").c_str()), true, false));
-        ASSERT_TRUE(read.loadFromFile(SAnsiString(path("k").c_str()), false, true));
-        write(path("empty"), "");
-        EXPECT_FALSE(read.loadFromFile(SAnsiString(path("empty").c_str()), true, true));
+        SSimpleBuffer mapped = load(file("k", "kept"), true, false), loaded = load(file("k"), false, true);
+        EXPECT_FALSE(loaded.loadFromFile(file("empty", ""), true, true));
     }
-    EXPECT_TRUE(exists(path("k")));
+    EXPECT_TRUE(fs::exists(path("k")));
     EXPECT_EQ(openDescriptors(), descriptors);
 
-    // Losing the file early costs nothing.
-    write(path("gone"), "x");
-    {
-        SSimpleBuffer b;
-        ASSERT_TRUE(b.loadFromFile(SAnsiString(path("gone").c_str()), true, true));
-        unlink(path("gone").c_str());
-    }
-}
+    ASSERT_TRUE(Make("first").saveToFile(file("s"), false));
+    EXPECT_EQ(read("s"), "first");
+    const mode_t mask = umask(0);
+    umask(mask);
+    EXPECT_EQ(static_cast<unsigned>(fs::status(path("s")).permissions() & fs::perms::all), 0700u & ~mask);
 
-TEST_F(SimpleBufferFiles, SizesAreThirtyTwoBit) {
-    int file = open(path("big").c_str(), O_CREAT | O_WRONLY, 0600);
-    ASSERT_GE(file, 0);
-    ASSERT_EQ(::write(file, "0123456789abcdefXYZ", 19), 19);
-    bool sparse = ftruncate(file, 0x100000010LL) == 0;
-    close(file);
-    if (!sparse)
-        GTEST_SKIP() << "no sparse files here";
-    SSimpleBuffer b;
-    ASSERT_TRUE(b.loadFromFile(SAnsiString(path("big").c_str())));
-    EXPECT_EQ(Content(b), "0123456789abcdef");
-    EXPECT_FALSE(b.loadFromFile(SAnsiString(path("big").c_str()), true, false));
-}
-
-TEST_F(SimpleBufferFiles, SavesWithOverwriteOrExclusive) {
-    SSimpleBuffer b = Make("first");
-    ASSERT_TRUE(b.saveToFile(SAnsiString(path("s").c_str()), false));
-    EXPECT_EQ(read(path("s")), "first");
-    struct stat info;
-    ASSERT_EQ(stat(path("s").c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 0777, 0700u & ~[] {
-        mode_t mask = umask(0);
-        umask(mask);
-        return mask;
-    }());
-
-    CapturingSink sink;
-    EXPECT_FALSE(Make("second").saveToFile(SAnsiString(path("s").c_str()), false));
-    EXPECT_EQ(read(path("s")), "first");
+    TarnkitTest::CapturingSink sink;
+    EXPECT_FALSE(Make("second").saveToFile(file("s"), false));
+    EXPECT_EQ(read("s"), "first");
     EXPECT_TRUE(sink.saw("SSimpleBuffer::saveToFile: could not open file "));
     EXPECT_TRUE(sink.saw("File exists"));
-
-    ASSERT_TRUE(Make("2nd").saveToFile(SAnsiString(path("s").c_str()), true));
-    EXPECT_EQ(read(path("s")), "2nd");
+    ASSERT_TRUE(Make("2nd").saveToFile(file("s"), true));
+    EXPECT_EQ(read("s"), "2nd");
 
     // Nothing to write: success, and no file.
-    EXPECT_TRUE(SSimpleBuffer().saveToFile(SAnsiString(path("e").c_str()), true));
-    EXPECT_FALSE(exists(path("e")));
-    EXPECT_FALSE(Make("x").saveToFile(SAnsiString((m_dir + "/no/dir").c_str()), true));
+    EXPECT_TRUE(SSimpleBuffer().saveToFile(file("e"), true));
+    EXPECT_FALSE(fs::exists(path("e")));
+    EXPECT_FALSE(Make("x").saveToFile(file("no/dir"), true));
+
+    // Losing a temporary file early costs nothing.
+    SSimpleBuffer gone = load(file("gone", "x"), true, true);
+    fs::remove(path("gone"));
 }

@@ -1,3 +1,5 @@
+// Tests of the wildcard matcher and of the file search through a list of
+// directories, by single-directory steps, and along PATH.
 #include "tarnkit/sfilesearch.h"
 
 #include "files/wildcard.h"
@@ -6,9 +8,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <map>
 #include <string>
-#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -24,18 +27,13 @@ TEST(Wildcard, PatternTable) {
         const char *name;
         bool match;
     } table[] = {
-        {"*", "anything.at.all", true},   {"*", "", true},
-        {"*.*", "noextension", true},     {"*.*", "a.b", true},
-        {"*.*", ".hidden", true},         {"report.*", "report", true},
-        {"report.*", "report.txt", true}, {"report.*", "reports", false},
-        {"*.txt", "a.txt", true},         {"*.txt", "a.txt.bak", false},
-        {"*.txt", "a.TXT", false},        {"a?c", "abc", true},
-        {"a?c", "ac", false},             {"a?c", "a.c", true},
+        {"*", "anything.at.all", true}, {"*", "", true}, {"*.*", "noextension", true}, {"*.*", "a.b", true},
+        {"*.*", ".hidden", true}, {"report.*", "report", true}, {"report.*", "report.txt", true},
+        {"report.*", "reports", false}, {"*.txt", "a.txt", true}, {"*.txt", "a.txt.bak", false},
+        {"*.txt", "a.TXT", false}, {"a?c", "abc", true}, {"a?c", "ac", false}, {"a?c", "a.c", true},
         {"log_xn_*.so", "log_xn_one.so", true}, {"log_xn_*.so", "log_xn_.so", true},
-        {"log_xn_*.so", "xlog_xn_a.so", false}, {"*a*b", "xaxbxb", true},
-        {"*a*b", "xaxbx", false},         {"exact", "exact", true},
-        {"exact", "exactly", false},      {"**?", "", false},
-        {"", "", true},                   {"", "x", false},
+        {"log_xn_*.so", "xlog_xn_a.so", false}, {"*a*b", "xaxbxb", true}, {"*a*b", "xaxbx", false},
+        {"exact", "exact", true}, {"exact", "exactly", false}, {"**?", "", false}, {"", "", true}, {"", "x", false},
     };
     for (const auto &row : table)
         EXPECT_EQ(Wildcard::Matches(row.pattern, row.name), row.match) << row.pattern << " vs " << row.name;
@@ -48,13 +46,14 @@ TEST(Wildcard, BacktrackingStaysBounded) {
     for (int i = 0; i < 500; ++i)
         pattern += "*a";
     pattern += "b";
-    std::string name(1000, 'a');
-    EXPECT_FALSE(Wildcard::Matches(pattern.c_str(), name.c_str()));
-    EXPECT_TRUE(Wildcard::Matches(pattern.c_str(), (name + "b").c_str()));
-    EXPECT_FALSE(Wildcard::Matches(pattern.c_str(), (std::string(499, 'a') + "b").c_str()));
-    EXPECT_TRUE(Wildcard::Matches(pattern.c_str(), (std::string(500, 'a') + "b").c_str()));
-    std::string tooLong(Wildcard::MaxNameLength + 1, 'a');
-    EXPECT_FALSE(Wildcard::Matches("*", tooLong.c_str()));
+    const auto matches = [&](size_t as, const char *tail) {
+        return Wildcard::Matches(pattern.c_str(), (std::string(as, 'a') + tail).c_str());
+    };
+    EXPECT_FALSE(matches(1000, ""));
+    EXPECT_TRUE(matches(1000, "b"));
+    EXPECT_FALSE(matches(499, "b"));
+    EXPECT_TRUE(matches(500, "b"));
+    EXPECT_FALSE(Wildcard::Matches("*", std::string(Wildcard::MaxNameLength + 1, 'a').c_str()));
 }
 
 class SearchTest : public ::testing::Test {
@@ -63,21 +62,14 @@ protected:
         char pattern[] = "/tmp/sfilesearch-XXXXXX";
         ASSERT_NE(mkdtemp(pattern), nullptr);
         m_dir = pattern;
+        std::filesystem::create_directory(m_dir + "/sub");
+        std::filesystem::create_directory(m_dir + "/other");
         for (const char *name : {"b.txt", "a.txt", "c.log", "README", "sub/x.txt", "other/y.txt"})
-            touch(name);
-        ASSERT_EQ(::symlink((m_dir + "/sub").c_str(), (m_dir + "/link.txt").c_str()), 0);
+            std::ofstream(m_dir + "/" + name) << "12345";
+        std::filesystem::create_symlink(m_dir + "/sub", m_dir + "/link.txt");
     }
     void TearDown() override { (void)std::system(("rm -rf '" + m_dir + "'").c_str()); }
 
-    void touch(const std::string &name) {
-        size_t slash = name.rfind('/');
-        if (slash != std::string::npos)
-            ::mkdir((m_dir + "/" + name.substr(0, slash)).c_str(), 0755);
-        int fd = ::open((m_dir + "/" + name).c_str(), O_WRONLY | O_CREAT, 0644);
-        ASSERT_GE(fd, 0);
-        ASSERT_EQ(::write(fd, "12345", 5), 5);
-        ::close(fd);
-    }
     std::vector<std::string> all(SSFileSearch &search, bool fullPath) {
         std::vector<std::string> names;
         SAnsiString name;
@@ -92,15 +84,13 @@ protected:
 
 TEST_F(SearchTest, WalksTheListInOrderPassingOverMissingDirectories) {
     SIArray<SAnsiString> paths;
-    paths.Add(dir());
-    paths.Add(dir("/does-not-exist"));
-    paths.Add(dir("/sub/"));
-    paths.Add(dir("/other"));
+    for (const char *sub : {"", "/does-not-exist", "/sub/", "/other"})
+        paths.Add(dir(sub));
     SSFileSearch search;
     ASSERT_TRUE(search.open("*.txt", paths, false, false, false));
     EXPECT_EQ(paths.GetSize(), 4u); // the caller's list is copied, not consumed
-    std::vector<std::string> expected = {m_dir + "/a.txt", m_dir + "/b.txt", m_dir + "/link.txt",
-                                         m_dir + "/sub/x.txt", m_dir + "/other/y.txt"};
+    std::vector<std::string> expected = {m_dir + "/a.txt", m_dir + "/b.txt", m_dir + "/link.txt", m_dir + "/sub/x.txt",
+                                         m_dir + "/other/y.txt"};
     EXPECT_EQ(all(search, true), expected);
     EXPECT_FALSE(search.IsOpen());
     SAnsiString name;
@@ -124,27 +114,20 @@ TEST_F(SearchTest, DotsFindDataAndSingleDirectorySteps) {
     ASSERT_TRUE(search.FindFirst(dir(), name));
     EXPECT_EQ(Str(name), ".");
     std::vector<std::string> names = {Str(name)};
-    SSFileSearch::FindData data;
-    bool sawLink = false;
+    std::map<std::string, SSFileSearch::FindData> found;
     while (search.FindNext(name)) {
         names.push_back(Str(name));
-        ASSERT_TRUE(search.getFindData(data));
-        if (Str(name) == "link.txt") {
-            sawLink = true;
-            EXPECT_TRUE(data.isSymbolicLink); // not the directory it points to
-            EXPECT_FALSE(data.isDirectory);
-        }
-        if (Str(name) == "sub") {
-            EXPECT_TRUE(data.isDirectory && data.size == 0);
-        }
-        if (Str(name) == "a.txt") {
-            EXPECT_EQ(data.size, 5);
-        }
+        ASSERT_TRUE(search.getFindData(found[Str(name)]));
     }
-    EXPECT_TRUE(sawLink);
+    ASSERT_TRUE(found.count("link.txt"));
+    EXPECT_TRUE(found["link.txt"].isSymbolicLink); // not the directory it points to
+    EXPECT_FALSE(found["link.txt"].isDirectory);
+    EXPECT_TRUE(found["sub"].isDirectory && found["sub"].size == 0);
+    EXPECT_EQ(found["a.txt"].size, 5);
     EXPECT_EQ(names[1], "..");
     EXPECT_EQ(names.size(), 9u);
     EXPECT_TRUE(search.IsOpen());
+    SSFileSearch::FindData data;
     EXPECT_FALSE(search.getFindData(data));
 
     TarnkitTest::CapturingSink sink;
@@ -173,15 +156,11 @@ TEST_F(SearchTest, PathVariableAndJoining) {
     std::vector<std::string> expected = {m_dir + "/sub/x.txt", "a.txt", "b.txt", "link.txt", m_dir + "/other/y.txt"};
     EXPECT_EQ(found, expected);
 
-    SAnsiString joined;
-    SSFileSearch::AppendFileName(joined, SAnsiString("n"));
-    EXPECT_EQ(Str(joined), "n");
-    joined = SAnsiString("/d/");
-    SSFileSearch::AppendFileName(joined, SAnsiString("n"));
-    EXPECT_EQ(Str(joined), "/d/n");
-    joined = SAnsiString("/d");
-    SSFileSearch::AppendFileName(joined, SAnsiString("n"));
-    EXPECT_EQ(Str(joined), "/d/n");
+    for (const char *directory : {"", "/d/", "/d"}) {
+        SAnsiString joined(directory);
+        SSFileSearch::AppendFileName(joined, "n");
+        EXPECT_EQ(Str(joined), *directory == '\0' ? "n" : "/d/n") << directory;
+    }
 }
 
 } // namespace

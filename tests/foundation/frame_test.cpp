@@ -16,22 +16,18 @@
 #include <climits>
 #include <cstring>
 #include <thread>
-#include <vector>
+#include <tuple>
 
 using namespace TarnkitA201;
 
 namespace {
 
-class Word : public SInterlockedBase64 {
-public:
-    using SInterlockedBase64::asmAcquireLock;
-    using SInterlockedBase64::asmExchange;
-    using SInterlockedBase64::asmExchangeAdd;
-    using SInterlockedBase64::asmInitLock;
-    using SInterlockedBase64::asmUnlock;
+struct Word : SInterlockedBase64 {
+    using SInterlockedBase64::asmAcquireLock, SInterlockedBase64::asmExchange, SInterlockedBase64::asmExchangeAdd,
+        SInterlockedBase64::asmInitLock, SInterlockedBase64::asmUnlock;
 };
 
-TEST(Interlocked, PrimitivesReturnPreviousValues) {
+TEST(AtomicsAndLocks, PrimitivesWrapReportOldOrNewAndLoseNoUpdate) {
     int32_t word = 5;
     EXPECT_EQ(Word::asmExchangeAdd(&word, 3), 5);
     EXPECT_EQ(Word::asmExchange(&word, 1), 8);
@@ -46,9 +42,7 @@ TEST(Interlocked, PrimitivesReturnPreviousValues) {
     EXPECT_EQ(Word::asmExchangeAdd(&wide, 1), 1LL << 40);
     EXPECT_EQ(Word::asmExchange(&wide, 7), (1LL << 40) + 1);
     EXPECT_EQ(wide, 7);
-}
 
-TEST(Interlocked, Int32WrapsAndReportsOldOrNew) {
     SInterlockedInt32s value(INT32_MAX);
     EXPECT_EQ(++value, INT32_MIN) << "wraps in two's complement";
     EXPECT_EQ(value--, INT32_MIN);
@@ -59,101 +53,20 @@ TEST(Interlocked, Int32WrapsAndReportsOldOrNew) {
     EXPECT_EQ(SNonInterlockedRead(&value), 1);
     EXPECT_EQ(SInterlockedExchangeAdd(&value, 2), 1);
     EXPECT_EQ(SInterlockedExchange(&value, 0), 3);
-
-    SInterlockedInt32s copy(value);
-    EXPECT_TRUE(copy == value);
+    EXPECT_TRUE(SInterlockedInt32s(value) == value);
     SInterlockedInt32u unsignedValue(UINT32_MAX);
     EXPECT_EQ(SNonInterlockedSet(&unsignedValue, 4UL), 4294967295UL);
     EXPECT_EQ(SNonInterlockedRead(&unsignedValue), 4UL);
-}
 
-TEST(Interlocked, ConcurrentIncrementsAreNotLost) {
     SInterlockedInt32s counter(0);
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back([&] {
-            for (int i = 0; i < 100000; ++i)
-                ++counter;
-        });
-    for (auto &thread : threads)
-        thread.join();
-    EXPECT_EQ(counter.read(), 400000);
-}
-
-class Counted : public CRefCount {
-public:
-    explicit Counted(int *deaths) : m_deaths(deaths) {}
-    Counted(const Counted &other) = default;
-    using CRefCount::operator=;
-    void clear() const { clearRefCount(); }
-    ~Counted() override { ++*m_deaths; }
-
-private:
-    int *m_deaths;
-};
-
-TEST(RefCount, LastReleaseDeletesAndSmartPointersShare) {
-    int deaths = 0;
-    {
-        CSmartRefCountPtr<Counted> first(new Counted(&deaths));
-        EXPECT_EQ(first->getCount(), 1);
-        CSmartRefCountPtr<Counted> second(first);
-        EXPECT_EQ(first->getCount(), 2);
-        CSmartRefCountPtr<Counted> third;
-        third = second;
-        EXPECT_EQ(first->getCount(), 3);
-        third = nullptr;
-        second = std::move(third);
-        EXPECT_EQ(first->getCount(), 1);
-        EXPECT_EQ(deaths, 0);
-    }
-    EXPECT_EQ(deaths, 1);
-}
-
-TEST(RefCount, CopyStartsAtOneAndAssignmentTakesTheCount) {
-    int deaths = 0;
-    TarnkitTest::CapturingSink sink;
-    Counted *source = new Counted(&deaths);
-    source->addRef();
-    source->addRef();
-    Counted copy(*source);
-    EXPECT_EQ(copy.getCount(), 1);
-    copy = *source;
-    EXPECT_EQ(copy.getCount(), 3);
-    copy.clear();
-    source->release();
-    source->release();
-    EXPECT_EQ(source->release(), 0);
-    EXPECT_EQ(deaths, 1);
-    EXPECT_TRUE(sink.texts().empty()) << "objects that reached 0 pass the destructor's check";
-}
-
-TEST(RefCount, DestroyedWithLiveCountIsReportedAndGoesOn) {
-    int deaths = 0;
-    TarnkitTest::CapturingSink sink;
-    { Counted onStack(&deaths); }
-    EXPECT_EQ(deaths, 1);
-    ASSERT_EQ(sink.texts().size(), 1u);
-    EXPECT_NE(sink.texts()[0].find("SNonInterlockedRead(&m_lRefCount) == 0"), std::string::npos);
-}
-
-TEST(RefCount, TwoThreadsCountingOneObject) {
-    int deaths = 0;
-    CSmartRefCountPtr<Counted> shared(new Counted(&deaths));
-    auto churn = [&] {
-        for (int i = 0; i < 50000; ++i) {
-            CSmartRefCountPtr<Counted> copy(shared);
-        }
+    auto increments = [&] {
+        for (int i = 0; i < 100000; ++i)
+            ++counter;
     };
-    std::thread a(churn), b(churn);
-    a.join();
-    b.join();
-    EXPECT_EQ(shared->getCount(), 1);
-    shared = nullptr;
-    EXPECT_EQ(deaths, 1);
-}
+    { std::jthread a(increments), b(increments), c(increments), d(increments); }
+    EXPECT_EQ(counter.read(), 400000);
 
-TEST(Locks, SpinLockAndCriticalSectionExcludeEachOther) {
+    // Locks: the spin lock and the critical section exclude each other.
     SSpinLock spin;
     CS_Wrapper section;
     long spinGuarded = 0, sectionGuarded = 0;
@@ -169,100 +82,99 @@ TEST(Locks, SpinLockAndCriticalSectionExcludeEachOther) {
             section.Unlock();
         }
     };
-    std::thread a(work), b(work);
-    a.join();
-    b.join();
+    { std::jthread a(work), b(work); }
     EXPECT_EQ(spinGuarded, 40000);
     EXPECT_EQ(sectionGuarded, 40000);
     EXPECT_FALSE(spin.isHeld());
-}
 
-TEST(Locks, SpinCountFollowsTheProcessorCount) {
     EXPECT_EQ(SSpinLock::SpinCountForThisMachine(), SSystem::NumberOfCPUs() < 2 ? 1u : 100u);
     std::atomic<bool> ready{false};
-    SSpinLock lock;
     int builds = 0;
     for (int i = 0; i < 3; ++i)
-        BuildOnce(ready, lock, [&] { ++builds; });
+        BuildOnce(ready, spin, [&] { ++builds; });
     EXPECT_EQ(builds, 1);
 }
 
-Platform::OsVersion g_fakeVersion;
-bool g_fakeOk = true;
-bool FakeProbe(Platform::OsVersion &version) {
-    if (g_fakeOk)
-        version = g_fakeVersion;
-    return g_fakeOk;
-}
-
-class PlatformProbe : public ::testing::Test {
-protected:
-    void SetUp() override { m_previous = SetOsVersionProbe(&FakeProbe); }
-    void TearDown() override { SetOsVersionProbe(m_previous); }
-    void present(unsigned long id, unsigned long major, unsigned long minor) {
-        g_fakeOk = true;
-        g_fakeVersion = {id, major, minor};
-    }
-    OsVersionProbe m_previous = nullptr;
+struct Counted : CRefCount {
+    explicit Counted(int *deaths) : m_deaths(deaths) {}
+    Counted(const Counted &other) = default;
+    using CRefCount::operator=;
+    void clear() const { clearRefCount(); }
+    ~Counted() override { ++*m_deaths; }
+    int *m_deaths;
 };
 
-TEST_F(PlatformProbe, VersionsCompareExactly) {
-    present(2, 5, 1); // reads as 5.01
-    EXPECT_TRUE(SPlat::IsWinNT(0.0));
-    EXPECT_TRUE(SPlat::IsWinNT(5.01));
-    EXPECT_FALSE(SPlat::IsWinNT(5.0));
-    EXPECT_FALSE(SPlat::IsWinNT(5.1));
-    EXPECT_TRUE(SPlat::IsWin2K(0.0));
-    EXPECT_FALSE(SPlat::IsWin95(0.0));
-
-    present(2, 4, 0);
-    EXPECT_FALSE(SPlat::IsWin2K(4.0)) << "below 5.0 is never the 2000 family";
-    EXPECT_FALSE(SPlat::IsWin2K(0.0));
-
-    present(1, 4, 10);
-    EXPECT_TRUE(SPlat::IsWin95(4.10));
-    EXPECT_FALSE(SPlat::IsWinNT(0.0));
-}
-
-TEST_F(PlatformProbe, FailedProbeAssertsAndAnswersFalse) {
+TEST(RefCount, SmartPointersShareCopiesStartAtOneAndTheLastReleaseDeletes) {
+    int deaths = 0;
     TarnkitTest::CapturingSink sink;
-    g_fakeOk = false;
-    EXPECT_FALSE(SPlat::IsWinNT(0.0));
-    EXPECT_FALSE(SPlat::IsWin95(0.0));
-    EXPECT_TRUE(sink.saw("GetVersionExA(&osinfo)"));
+    {
+        CSmartRefCountPtr<Counted> first(new Counted(&deaths));
+        EXPECT_EQ(first->getCount(), 1);
+        CSmartRefCountPtr<Counted> second(first), third;
+        EXPECT_EQ(first->getCount(), 2);
+        third = second;
+        EXPECT_EQ(first->getCount(), 3);
+        third = nullptr;
+        second = std::move(third);
+        EXPECT_EQ(first->getCount(), 1);
+        EXPECT_EQ(deaths, 0);
+    }
+    EXPECT_EQ(deaths, 1);
+
+    Counted *source = new Counted(&deaths);
+    source->addRef();
+    source->addRef();
+    Counted copy(*source);
+    EXPECT_EQ(copy.getCount(), 1);
+    copy = *source;
+    EXPECT_EQ(copy.getCount(), 3);
+    copy.clear();
+    source->release();
+    source->release();
+    EXPECT_EQ(source->release(), 0);
+    EXPECT_EQ(deaths, 2);
+    EXPECT_TRUE(sink.texts().empty()) << "objects that reached 0 pass the destructor's check";
+
+    // Destroyed with a live count: reported, and destroyed all the same.
+    { Counted onStack(&deaths); }
+    EXPECT_EQ(deaths, 3);
+    ASSERT_EQ(sink.texts().size(), 1u);
+    EXPECT_NE(sink.texts()[0].find("SNonInterlockedRead(&m_lRefCount) == 0"), std::string::npos);
+
+    // Two threads counting one object.
+    CSmartRefCountPtr<Counted> shared(new Counted(&deaths));
+    auto churn = [&] {
+        for (int i = 0; i < 50000; ++i)
+            CSmartRefCountPtr<Counted> copy(shared);
+    };
+    { std::jthread a(churn), b(churn); }
+    EXPECT_EQ(shared->getCount(), 1);
+    shared = nullptr;
+    EXPECT_EQ(deaths, 4);
 }
 
-TEST(PlatformProbeReal, LinuxReportsTheNtFamily) {
-    EXPECT_TRUE(SPlat::IsWinNT(0.0));
-    EXPECT_FALSE(SPlat::IsWin95(0.0));
+Platform::OsVersion g_fakeVersion; // a platform id of 0 makes the probe fail
+bool FakeProbe(Platform::OsVersion &version) {
+    version = g_fakeVersion;
+    return version.platformId != 0;
 }
 
-TEST(Frame, ErrorTextsComeFromTheSystem) {
+TEST(Frame, ErrorTextsWindowSlotDelayLoadExceptionStopwatchAndPlatformProbe) {
     EXPECT_STREQ(GetWin32Error(ENOENT), std::strerror(ENOENT));
     EXPECT_STREQ(GetWin32Error(0), std::strerror(0));
     EXPECT_TRUE(GetWin32Error(987654).isEmpty()) << "a number with no text";
     errno = EACCES;
     EXPECT_STREQ(GetWin32Error(0xFFFFFFFFUL), std::strerror(EACCES)) << "all ones means the last error";
-}
 
-TEST(Frame, WindowInstanceSlotAndDelayLoad) {
     EXPECT_EQ(GetWindowHInstance(), nullptr);
-    auto *handle = reinterpret_cast<HINSTANCE__ *>(0x1234);
-    SetWindowHInstance(handle);
-    EXPECT_EQ(GetWindowHInstance(), handle);
+    SetWindowHInstance(reinterpret_cast<HINSTANCE__ *>(0x1234));
+    EXPECT_EQ(GetWindowHInstance(), reinterpret_cast<HINSTANCE__ *>(0x1234));
     SetWindowHInstance(nullptr);
     EXPECT_TRUE(InitDelayLoad());
-}
 
-TEST(Frame, ExceptionCarriesItsMessage) {
-    try {
-        throw SException(SAnsiString("broken"));
-    } catch (const SException &e) {
-        EXPECT_STREQ(e.getMessage(), "broken");
-    }
-}
+    EXPECT_STREQ(SException(SAnsiString("broken")).getMessage(), "broken");
 
-TEST(Stopwatch, CountsInTheChosenUnitAndExpiresStrictly) {
+    // The stopwatch counts in the chosen unit and expires strictly.
     SStopwatch watch(1000.0);
     watch.start();
     EXPECT_FALSE(watch.expired()) << "no limit, never expired";
@@ -276,6 +188,31 @@ TEST(Stopwatch, CountsInTheChosenUnitAndExpiresStrictly) {
     EXPECT_TRUE(watch.expired());
     watch.clearLimit();
     EXPECT_FALSE(watch.expired());
+
+    EXPECT_TRUE(SPlat::IsWinNT(0.0)) << "Linux reports the NT family";
+    EXPECT_FALSE(SPlat::IsWin95(0.0));
+
+    struct ProbeScope {
+        OsVersionProbe previous = SetOsVersionProbe(&FakeProbe);
+        ~ProbeScope() { SetOsVersionProbe(previous); }
+    } scope;
+    // Platform 2 version 5.1 reads as 5.01; below 5.0 is never the 2000
+    // family; platform 1 is the 95 family.
+    const auto nt = &SPlat::IsWinNT, win2k = &SPlat::IsWin2K, win95 = &SPlat::IsWin95;
+    for (auto [platform, major, minor, query, version, expected] :
+         {std::tuple{2ul, 5ul, 1ul, nt, 0.0, true}, {2, 5, 1, nt, 5.01, true}, {2, 5, 1, nt, 5.0, false},
+          {2, 5, 1, nt, 5.1, false}, {2, 5, 1, win2k, 0.0, true}, {2, 5, 1, win95, 0.0, false},
+          {2, 4, 0, win2k, 4.0, false}, {2, 4, 0, win2k, 0.0, false}, {1, 4, 10, win95, 4.10, true},
+          {1, 4, 10, nt, 0.0, false}}) {
+        g_fakeVersion = {platform, major, minor};
+        EXPECT_EQ(query(version), expected) << platform << " " << major << "." << minor << " asked " << version;
+    }
+
+    TarnkitTest::CapturingSink sink;
+    g_fakeVersion = {};
+    EXPECT_FALSE(SPlat::IsWinNT(0.0));
+    EXPECT_FALSE(SPlat::IsWin95(0.0));
+    EXPECT_TRUE(sink.saw("GetVersionExA(&osinfo)"));
 }
 
 } // namespace

@@ -1,3 +1,6 @@
+// Trace and assertion text: printf templates turned into numbered ones, the
+// parameter forms, the general-level prefixes, and the macros that build
+// their arguments only when switched on.
 #include "tarnkit/strace.h"
 
 #include "support/testsupport.h"
@@ -5,55 +8,44 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
+#include <utility>
 
 namespace TarnkitA201 {
 SAnsiString STraceConvertFormat(const SAnsiString &format);
 }
 
 using namespace TarnkitA201;
-using TarnkitTest::CapturingSink;
 
 namespace {
 
 std::string Text(const SAnsiString &s) { return std::string(s.getString(), s.getLength()); }
 std::string Convert(const char *format) { return Text(STraceConvertFormat(SAnsiString(format))); }
+SAnsiString FakeStack(int skip) { return SAnsiString(("frames skipped=" + std::to_string(skip)).c_str()); }
 
-SAnsiString FakeStack(int skip) {
-    SAnsiString s("frames skipped=");
-    s << skip;
-    return s;
+// The recorded lines as "level:text", each ended by a newline.
+std::string Lines(const TarnkitTest::CapturingSink &sink) {
+    std::string lines;
+    for (const TarnkitTest::CapturingSink::Record &record : sink.records())
+        lines += std::to_string(record.level) + ":" + record.text + "\n";
+    return lines;
 }
 
 } // namespace
 
-TEST(TraceFormat, PrintfPlaceholdersBecomeNumbered) {
-    EXPECT_EQ(Convert("x=%d y=%s"), "x=%1 y=%2");
-    EXPECT_EQ(Convert("%d"), "%1");
-    EXPECT_EQ(Convert("%5.2f|%hx|%Lg|%p"), "%1|%2|%3|%4");
-    // Only one length letter is taken, and flags are not known at all.
-    EXPECT_EQ(Convert("%lld"), "%1ld");
-    EXPECT_EQ(Convert("%-5d"), "%1-5d");
-    EXPECT_EQ(Convert("%+d"), "%1+d");
-    // "%%" is two placeholders, not an escape.
-    EXPECT_EQ(Convert("%%d"), "%1%2");
-    EXPECT_EQ(Convert("a%%b"), "a%1%2b");
-    // Numbered placeholders not followed by a blank are renumbered in order.
-    EXPECT_EQ(Convert("%2,%1;"), "%1,%2;");
-    // A dot behind a placeholder is taken for a precision.
-    EXPECT_EQ(Convert("%1. x"), "%1 x");
-}
-
-TEST(TraceFormat, NumberedOrOpenEndedTemplatesComeBackWhole) {
-    EXPECT_EQ(Convert("done %1"), "done %1");
-    EXPECT_EQ(Convert("%1 and %2"), "%1 and %2");
-    EXPECT_EQ(Convert("100%"), "100%");
-    EXPECT_EQ(Convert("a% b"), "a% b");
-    EXPECT_EQ(Convert("%%"), "%%");
-    // Whatever was converted before the telling placeholder is dropped too.
-    EXPECT_EQ(Convert("x=%d 100%"), "x=%d 100%");
-    EXPECT_EQ(Convert("x=%d\t%1\n"), "x=%d\t%1\n");
-    EXPECT_EQ(Convert("no placeholders"), "no placeholders");
-    EXPECT_EQ(Convert(""), "");
+TEST(TraceFormat, PrintfPlaceholdersBecomeNumberedUnlessTheTemplateIsNumberedOrOpenEnded) {
+    // Only one length letter is taken, and flags are not known at all; "%%"
+    // is two placeholders, not an escape; numbered placeholders not followed
+    // by a blank are renumbered in order; a dot behind a placeholder is taken
+    // for a precision. A numbered placeholder followed by a blank, or a "%"
+    // at the end or before a blank, returns the whole template unconverted.
+    for (auto [format, converted] :
+         {std::pair{"x=%d y=%s", "x=%1 y=%2"}, {"%d", "%1"}, {"%5.2f|%hx|%Lg|%p", "%1|%2|%3|%4"}, {"%lld", "%1ld"},
+          {"%-5d", "%1-5d"}, {"%+d", "%1+d"}, {"%%d", "%1%2"}, {"a%%b", "a%1%2b"}, {"%2,%1;", "%1,%2;"},
+          {"%1. x", "%1 x"}, {"done %1", "done %1"}, {"%1 and %2", "%1 and %2"}, {"100%", "100%"},
+          {"a% b", "a% b"}, {"%%", "%%"}, {"x=%d 100%", "x=%d 100%"}, {"x=%d\t%1\n", "x=%d\t%1\n"},
+          {"no placeholders", "no placeholders"}, {"", ""}})
+        EXPECT_EQ(Convert(format), converted) << format;
 }
 
 TEST(TraceFormat, MultibyteTextIsSteppedByCharacter) {
@@ -67,21 +59,17 @@ TEST(TraceFormat, MultibyteTextIsSteppedByCharacter) {
 }
 
 TEST(TraceHelper, FillsParametersUpToTheFirstEmptySlot) {
-    EXPECT_EQ(Text(STraceHelper("x=%d y=%s", 5, "a")), "x=5 y=a");
-    EXPECT_EQ(Text(STraceHelper("done %1", "ok")), "done ok");
-    EXPECT_EQ(Text(STraceHelper("100%", 1)), "100%");
-    EXPECT_EQ(Text(STraceHelper("%%d", "a", "b")), "ab");
-    EXPECT_EQ(Text(STraceHelper("%2,%1;", "a", "b")), "a,b;");
-    EXPECT_EQ(Text(STraceHelper("%1 %2 %3", 1, STraceParameter(), 3)), "1 %2 %3");
-    EXPECT_EQ(Text(STraceHelper("only %1", "a", "unused")), "only a");
-    EXPECT_EQ(Text(STraceHelper(SAnsiString("s=%s"), SAnsiString("t"))), "s=t");
-    EXPECT_EQ(Text(STraceHelper(TarnkitTest::Wide(u"w=%d").data(), 7)), "w=7");
     // The template's escape character still applies after conversion.
-    EXPECT_EQ(Text(STraceHelper("a^b %d", 1)), "ab 1");
-
     const char *twelve = "%d %d %d %d %d %d %d %d %d %d %d %d %d.";
-    EXPECT_EQ(Text(STraceHelper(twelve, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12)), "1 2 3 4 5 6 7 8 9 10 11 12 %13.");
-    EXPECT_EQ(Text(STraceHelper(static_cast<const char *>(nullptr), 1)), "");
+    for (const auto &[filled, expected] :
+         {std::pair{STraceHelper("x=%d y=%s", 5, "a"), "x=5 y=a"}, {STraceHelper("only %1", "a", "unused"), "only a"},
+          {STraceHelper(twelve, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12), "1 2 3 4 5 6 7 8 9 10 11 12 %13."},
+          {STraceHelper("100%", 1), "100%"}, {STraceHelper("%%d", "a", "b"), "ab"}, {STraceHelper("a^b %d", 1), "ab 1"},
+          {STraceHelper("%1 %2 %3", 1, STraceParameter(), 3), "1 %2 %3"}, {STraceHelper("done %1", "ok"), "done ok"},
+          {STraceHelper(static_cast<const char *>(nullptr), 1), ""}, {STraceHelper("%2,%1;", "a", "b"), "a,b;"},
+          {STraceHelper(SAnsiString("s=%s"), SAnsiString("t")), "s=t"},
+          {STraceHelper(TarnkitTest::Wide(u"w=%d").data(), 7), "w=7"}})
+        EXPECT_EQ(Text(filled), expected);
 }
 
 TEST(TraceParameter, TurnsEachKindOfValueIntoText) {
@@ -89,20 +77,15 @@ TEST(TraceParameter, TurnsEachKindOfValueIntoText) {
     ThisIsASillyCompilerWorkAround workAround;
     EXPECT_TRUE(STraceParameter(workAround).IsEmpty());
 
-    EXPECT_EQ(Text(STraceParameter(-5).GetString()), "-5");
-    EXPECT_EQ(Text(STraceParameter(-7L).GetString()), "-7");
-    EXPECT_EQ(Text(STraceParameter(static_cast<__int64>(-9000000000LL)).GetString()), "-9000000000");
-    EXPECT_EQ(Text(STraceParameter(4000000000u).GetString()), "4000000000");
-    EXPECT_EQ(Text(STraceParameter(18000000000000000000UL).GetString()), "18000000000000000000");
-    EXPECT_EQ(Text(STraceParameter(1.5).GetString()), "1.500000");
-    EXPECT_EQ(Text(STraceParameter(true).GetString()), "true");
-    EXPECT_EQ(Text(STraceParameter(false).GetString()), "false");
-    EXPECT_EQ(Text(STraceParameter(static_cast<const void *>(nullptr)).GetString()), "(nil)");
-    EXPECT_EQ(Text(STraceParameter(reinterpret_cast<const void *>(0xbeef)).GetString()), "0xbeef");
     // A char promotes to int; the character type gives the character.
-    EXPECT_EQ(Text(STraceParameter('x').GetString()), "120");
-    EXPECT_EQ(Text(STraceParameter(SChar_t<char, 0>('x')).GetString()), "x");
-    EXPECT_EQ(Text(STraceParameter(TarnkitTest::Wide(u"wide").data()).GetString()), "wide");
+    for (const auto &[parameter, text] :
+         {std::pair{STraceParameter(-5), "-5"}, {STraceParameter(-7L), "-7"}, {STraceParameter(1.5), "1.500000"},
+          {STraceParameter(static_cast<__int64>(-9000000000LL)), "-9000000000"}, {STraceParameter(true), "true"},
+          {STraceParameter(18000000000000000000UL), "18000000000000000000"}, {STraceParameter(false), "false"},
+          {STraceParameter(4000000000u), "4000000000"}, {STraceParameter(static_cast<const void *>(nullptr)), "(nil)"},
+          {STraceParameter(reinterpret_cast<const void *>(0xbeef)), "0xbeef"}, {STraceParameter('x'), "120"},
+          {STraceParameter(SChar_t<char, 0>('x')), "x"}, {STraceParameter(TarnkitTest::Wide(u"wide").data()), "wide"}})
+        EXPECT_EQ(Text(parameter.GetString()), text);
 
     // A null text is an argument with no text, not an empty slot.
     STraceParameter nullText(static_cast<const char *>(nullptr));
@@ -117,51 +100,16 @@ TEST(TraceParameter, TurnsEachKindOfValueIntoText) {
 }
 
 TEST(TraceMsg, OnlyGeneralLinesCarryPrefixes) {
-    CapturingSink sink;
-    STraceMsg(0, "f", 42, SAnsiString("text"));
-    STraceMsg(0, nullptr, 7, SAnsiString("m"));
-    STraceMsg(0, "f", 0, SAnsiString("m"));
-    STraceMsg(1, "f", 7, SAnsiString("m"));
-    STraceMsg(2, nullptr, 0, SAnsiString("w"));
+    TarnkitTest::CapturingSink sink;
+    for (auto [level, file, line, text] : {std::tuple{0, "f", 42, "text"}, {0, nullptr, 7, "m"}, {0, "f", 0, "m"},
+                                           {1, "f", 7, "m"}, {2, nullptr, 0, "w"}})
+        STraceMsg(level, file, line, SAnsiString(text));
     STrace("direct %d", 3);
-    auto records = sink.records();
-    ASSERT_EQ(records.size(), 6u);
-    EXPECT_EQ(records[0].text, "(f:42): trace message: text");
-    EXPECT_EQ(records[1].text, "trace message: m");
-    EXPECT_EQ(records[2].text, "trace message: m");
-    EXPECT_EQ(records[3].level, 1);
-    EXPECT_EQ(records[3].text, "m");
-    EXPECT_EQ(records[4].level, 2);
-    EXPECT_EQ(records[4].text, "w");
-    EXPECT_EQ(records[5].level, 0);
-    EXPECT_EQ(records[5].text, "trace message: direct 3");
+    EXPECT_EQ(Lines(sink), "0:(f:42): trace message: text\n0:trace message: m\n0:trace message: m\n"
+                           "1:m\n2:w\n0:trace message: direct 3\n");
 }
 
-TEST(Assert, ReportsAtGeneralLevelAndReturns) {
-    CapturingSink sink;
-    SAssert("f", 3, "x > 0");
-    SAssert("g.cpp", 9, "p", "bad pointer");
-    SAssert("h.cpp", 1, "q", TarnkitTest::Wide(u"wide why").data());
-    auto records = sink.records();
-    ASSERT_EQ(records.size(), 3u);
-    EXPECT_EQ(records[0].level, 0);
-    EXPECT_EQ(records[0].text, "assert failure: (f:3). (x > 0 : no message).");
-    EXPECT_EQ(records[1].text, "assert failure: (g.cpp:9). (p : bad pointer).");
-    EXPECT_EQ(records[2].text, "assert failure: (h.cpp:1). (q : wide why).");
-
-    // With stack dumps on, the stack goes out as a second, separate line.
-    sink.clear();
-    sink.stackDump = true;
-    StackWalkFunction previous = SetStackWalker(&FakeStack);
-    SAssert("f", 3, "x");
-    SetStackWalker(previous);
-    records = sink.records();
-    ASSERT_EQ(records.size(), 2u);
-    EXPECT_EQ(records[1].level, 0);
-    EXPECT_EQ(records[1].text, "Stack Dump:frames skipped=1");
-}
-
-TEST(Assert, WithoutALoggerEverythingIsSilent) {
+TEST(Assert, SilentWithoutALoggerAndReportsAtGeneralLevelAndReturns) {
     ASSERT_EQ(GetDiagnosticsSink(), nullptr);
     EXPECT_FALSE(ShouldTrace(0, "f"));
     EXPECT_FALSE(ShouldAssert("f"));
@@ -169,10 +117,27 @@ TEST(Assert, WithoutALoggerEverythingIsSilent) {
     STrace("nothing %d", 1);
     STraceMsg(0, "f", 1, SAnsiString("m"));
     TARNKIT_FAIL("nobody listens");
+
+    TarnkitTest::CapturingSink sink;
+    SAssert("f", 3, "x > 0");
+    SAssert("g.cpp", 9, "p", "bad pointer");
+    SAssert("h.cpp", 1, "q", TarnkitTest::Wide(u"wide why").data());
+    EXPECT_EQ(Lines(sink), "0:assert failure: (f:3). (x > 0 : no message).\n"
+                           "0:assert failure: (g.cpp:9). (p : bad pointer).\n"
+                           "0:assert failure: (h.cpp:1). (q : wide why).\n");
+
+    // With stack dumps on, the stack goes out as a second, separate line.
+    sink.clear();
+    sink.stackDump = true;
+    StackWalkFunction previous = SetStackWalker(&FakeStack);
+    SAssert("f", 3, "x");
+    SetStackWalker(previous);
+    EXPECT_EQ(Lines(sink), "0:assert failure: (f:3). (x : no message).\n0:Stack Dump:frames skipped=1\n");
 }
 
-TEST(TraceMacros, ArgumentsAreBuiltOnlyWhenSwitchedOn) {
-    CapturingSink sink;
+
+TEST(TraceMacros, ArgumentsAreBuiltOnlyWhenSwitchedOnAndConditionsEvaluatedOnce) {
+    TarnkitTest::CapturingSink sink;
     int evaluations = 0;
     auto counted = [&evaluations](int v) {
         ++evaluations;
@@ -183,41 +148,27 @@ TEST(TraceMacros, ArgumentsAreBuiltOnlyWhenSwitchedOn) {
     TARNKIT_TRACE(0, "value %d", counted(1));
     EXPECT_EQ(evaluations, 0);
     EXPECT_TRUE(sink.records().empty());
-
     sink.traceOn = true;
     int line = __LINE__ + 1;
     TARNKIT_TRACE(0, "value %d", counted(2));
     TARNKIT_TRACE(2, "plain");
     EXPECT_EQ(evaluations, 1);
-    auto records = sink.records();
-    ASSERT_EQ(records.size(), 2u);
-    EXPECT_EQ(records[0].text, "(" __FILE__ ":" + std::to_string(line) + "): trace message: value 2");
-    EXPECT_EQ(records[1].level, 2);
-    EXPECT_EQ(records[1].text, "plain");
-}
+    EXPECT_EQ(Lines(sink), "0:(" __FILE__ ":" + std::to_string(line) + "): trace message: value 2\n2:plain\n");
 
-TEST(TraceMacros, ConditionIsEvaluatedExactlyOnce) {
-    CapturingSink sink;
-    int evaluations = 0;
-    auto counted = [&evaluations](int v) {
-        ++evaluations;
-        return v;
-    };
-
+    sink.clear();
     sink.assertOn = false;
     TARNKIT_ASSERT(counted(1) == 2);
     TARNKIT_ASSERT_MSG(counted(1) == 2, "why");
     TARNKIT_FAIL("off");
-    EXPECT_EQ(evaluations, 2);
+    EXPECT_EQ(evaluations, 1 + 2);
     EXPECT_TRUE(sink.records().empty());
-
     sink.assertOn = true;
     TARNKIT_ASSERT(counted(1) == 1);
     TARNKIT_ASSERT(counted(1) == 2);
     TARNKIT_ASSERT_MSG(counted(3) < 0, "negative expected");
     TARNKIT_ASSERT_EXPR(counted(0), "custom text");
     TARNKIT_FAIL("unreachable");
-    EXPECT_EQ(evaluations, 6);
+    EXPECT_EQ(evaluations, 1 + 6);
     auto texts = sink.texts();
     ASSERT_EQ(texts.size(), 4u);
     EXPECT_NE(texts[0].find("(counted(1) == 2 : no message)."), std::string::npos);

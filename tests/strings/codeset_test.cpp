@@ -11,13 +11,10 @@
 #include <vector>
 
 using namespace TarnkitA201;
-using Codeset = MBCSCodesetConverter::ExplicitCodeset;
+using M = MBCSCodesetConverter;
+using Codeset = M::ExplicitCodeset;
 
 namespace {
-
-using TarnkitTest::CodepageFixture;
-using TarnkitTest::Utf16Fixture;
-using TarnkitTest::Utf8Fixture;
 
 std::string FromHex(const char *hex) {
     std::string out;
@@ -26,13 +23,14 @@ std::string FromHex(const char *hex) {
     return out;
 }
 
-Codeset CodesetOf(int codepage) {
-    return codepage == 1252 ? MBCSCodesetConverter::Windows1252Codeset : MBCSCodesetConverter::Windows932Codeset;
-}
+Codeset CodesetOf(int codepage) { return codepage == 1252 ? M::Windows1252Codeset : M::Windows932Codeset; }
 
-// The buffer's bytes; the count includes the terminator, which is checked
+std::string ToT(const std::string &bytes, Codeset set) { return M::ExplicitCodesetToT(bytes.c_str(), set).getString(); }
+
+// The converted bytes; their count includes the terminator, which is checked
 // and dropped.
-std::string BufferText(const SSimpleBuffer &buffer) {
+std::string FromT(const std::string &text, Codeset set) {
+    const SSimpleBuffer buffer = M::TToExplicitCodeset(SAnsiString(text.c_str()), set);
     const char *p = reinterpret_cast<const char *>(static_cast<const unsigned char *>(buffer));
     if (p == nullptr || buffer.getNBytes() == 0)
         return "<empty>";
@@ -40,68 +38,37 @@ std::string BufferText(const SSimpleBuffer &buffer) {
     return std::string(p, buffer.getNBytes() - 1);
 }
 
-class CodesetUtf8 : public ::testing::Test {
-protected:
-    void SetUp() override {
-        if (!m_locale.ok())
-            GTEST_SKIP() << "C.UTF-8 is not installed";
-    }
-    TarnkitTest::ScopedLocale m_locale{"C.UTF-8"};
-};
-
 } // namespace
 
-TEST_F(CodesetUtf8, CodepagesDecodeAsReference) {
-    for (const CodepageFixture &f : TarnkitTest::LoadCodesetFixtures().decode) {
-        SCOPED_TRACE(f.bytes);
-        SAnsiString text = MBCSCodesetConverter::ExplicitCodesetToT(FromHex(f.bytes).c_str(), CodesetOf(f.codepage));
-        EXPECT_EQ(std::string(text.getString()), FromHex(f.text));
-    }
-}
-
-TEST_F(CodesetUtf8, CodepagesEncodeAsReference) {
-    for (const CodepageFixture &f : TarnkitTest::LoadCodesetFixtures().encode) {
+TEST(CodesetUtf8, CodepagesAsReferenceDefaultCharacterAndOtherCodesets) {
+    TarnkitTest::ScopedLocale locale("C.UTF-8");
+    if (!locale.ok())
+        GTEST_SKIP() << "C.UTF-8 is not installed";
+    const TarnkitTest::CodesetFixtures &fixtures = TarnkitTest::LoadCodesetFixtures();
+    for (const TarnkitTest::CodepageFixture &f : fixtures.decode)
+        EXPECT_EQ(ToT(FromHex(f.bytes), CodesetOf(f.codepage)), FromHex(f.text)) << f.bytes;
+    for (const TarnkitTest::CodepageFixture &f : fixtures.encode) {
         SCOPED_TRACE(std::to_string(f.codepage) + " " + f.text);
-        SSimpleBuffer bytes = MBCSCodesetConverter::TToExplicitCodeset(SAnsiString(FromHex(f.text).c_str()),
-                                                                        CodesetOf(f.codepage));
-        EXPECT_EQ(BufferText(bytes), FromHex(f.bytes));
+        EXPECT_EQ(FromT(FromHex(f.text), CodesetOf(f.codepage)), FromHex(f.bytes));
     }
-}
 
-TEST_F(CodesetUtf8, DefaultCharacterAndEdges) {
     // What 1252 lacks is "?" and still a result, not an error.
-    EXPECT_EQ(BufferText(MBCSCodesetConverter::TToExplicitCodeset(SAnsiString("a\xE6\x97\xA5z"),
-                                                                  MBCSCodesetConverter::Windows1252Codeset)),
-              "a?z");
+    EXPECT_EQ(FromT("a\xE6\x97\xA5z", M::Windows1252Codeset), "a?z");
     // The five C1 bytes python leaves out map both ways.
-    EXPECT_EQ(std::string(MBCSCodesetConverter::ExplicitCodesetToT("\x81\x9D", MBCSCodesetConverter::Windows1252Codeset)
-                              .getString()),
-              "\xC2\x81\xC2\x9D");
+    EXPECT_EQ(ToT("\x81\x9D", M::Windows1252Codeset), "\xC2\x81\xC2\x9D");
     // A 932 lead byte that ends the input is one "?".
-    EXPECT_EQ(std::string(MBCSCodesetConverter::ExplicitCodesetToT("ab\x82", MBCSCodesetConverter::Windows932Codeset)
-                              .getString()),
-              "ab?");
-    EXPECT_TRUE(MBCSCodesetConverter::ExplicitCodesetToT("", MBCSCodesetConverter::Windows932Codeset).isEmpty());
-    EXPECT_TRUE(MBCSCodesetConverter::ExplicitCodesetToT(nullptr, MBCSCodesetConverter::Windows1252Codeset).isEmpty());
-}
+    EXPECT_EQ(ToT("ab\x82", M::Windows932Codeset), "ab?");
+    EXPECT_TRUE(M::ExplicitCodesetToT("", M::Windows932Codeset).isEmpty());
+    EXPECT_TRUE(M::ExplicitCodesetToT(nullptr, M::Windows1252Codeset).isEmpty());
 
-TEST_F(CodesetUtf8, NativeAndUtf8Codesets) {
-    SAnsiString text("gr\xC3\xBC\xC3\x9F");
-    EXPECT_EQ(BufferText(MBCSCodesetConverter::TToExplicitCodeset(text, MBCSCodesetConverter::NativeCodeset)),
-              "gr\xC3\xBC\xC3\x9F");
-    EXPECT_EQ(BufferText(MBCSCodesetConverter::TToExplicitCodeset(text, MBCSCodesetConverter::UTF8Codeset)),
-              "gr\xC3\xBC\xC3\x9F");
-    EXPECT_EQ(std::string(MBCSCodesetConverter::ExplicitCodesetToT("x\xC3\xA9", MBCSCodesetConverter::UTF8Codeset)
-                              .getString()),
-              "x\xC3\xA9");
-
+    EXPECT_EQ(FromT("gr\xC3\xBC\xC3\x9F", M::NativeCodeset), "gr\xC3\xBC\xC3\x9F");
+    EXPECT_EQ(FromT("gr\xC3\xBC\xC3\x9F", M::UTF8Codeset), "gr\xC3\xBC\xC3\x9F");
+    EXPECT_EQ(ToT("x\xC3\xA9", M::UTF8Codeset), "x\xC3\xA9");
     TarnkitTest::CapturingSink sink;
-    EXPECT_EQ(std::string(MBCSCodesetConverter::ExplicitCodesetToT("x\xC0", MBCSCodesetConverter::UTF8Codeset)
-                              .getString()),
-              "?");
+    EXPECT_EQ(ToT("x\xC0", M::UTF8Codeset), "?");
     EXPECT_TRUE(sink.saw("failed UTF8 -> UCS2 conversion"));
-    EXPECT_TRUE(MBCSCodesetConverter::ExplicitCodesetToT("x", static_cast<Codeset>(7)).isEmpty());
-    EXPECT_TRUE(MBCSCodesetConverter::TToExplicitCodeset(text, static_cast<Codeset>(7)).isEmpty());
+    EXPECT_TRUE(M::ExplicitCodesetToT("x", static_cast<Codeset>(7)).isEmpty());
+    EXPECT_TRUE(M::TToExplicitCodeset(SAnsiString("gr\xC3\xBC\xC3\x9F"), static_cast<Codeset>(7)).isEmpty());
 }
 
 TEST(CodesetConverterTest, ForgivingLoopsInALatin1Locale) {

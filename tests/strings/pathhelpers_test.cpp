@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstring>
 #include <string>
+#include <tuple>
+#include <utility>
 
 using namespace TarnkitA201;
 
@@ -14,19 +16,14 @@ namespace {
 
 std::string Str(const SAnsiString &s) { return std::string(s.getString(), s.getLength()); }
 
-struct Split {
-    int rc;
-    std::string drive, dir, name, ext;
-};
-
-Split SplitAll(const std::string &path) {
+// "rc:drive|dir|name|ext"; every buffer starts as "?" to show what was left untouched.
+std::string SplitAll(const std::string &path) {
     char drive[3] = "?", dir[4096] = "?", name[256] = "?", ext[256] = "?";
     int rc = SplitPath(path.c_str(), drive, sizeof drive, dir, sizeof dir, name, sizeof name, ext, sizeof ext);
-    return {rc, drive, dir, name, ext};
+    return std::to_string(rc) + ":" + drive + "|" + dir + "|" + name + "|" + ext;
 }
 
-template <class F>
-std::string Edited(const char *text, char slash, F edit) {
+std::string Edited(const char *text, char slash, void (*edit)(SAnsiString &, char)) {
     SAnsiString s(text);
     edit(s, slash);
     return Str(s);
@@ -34,56 +31,29 @@ std::string Edited(const char *text, char slash, F edit) {
 
 } // namespace
 
-TEST(PathHelpers, SplitPathPieces) {
-    Split s = SplitAll("/usr/lib/libz.so.1");
-    EXPECT_EQ(s.rc, 0);
-    EXPECT_EQ(s.drive, "");
-    EXPECT_EQ(s.dir, "/usr/lib/");
-    EXPECT_EQ(s.name, "libz.so");
-    EXPECT_EQ(s.ext, ".1");
-
-    s = SplitAll("C:\\data\\report.txt"); // both slashes end a directory; no drive here
-    EXPECT_EQ(s.dir, "C:\\data\\");
-    EXPECT_EQ(s.name, "report");
-    EXPECT_EQ(s.ext, ".txt");
-
-    s = SplitAll("dir.d/noext");
-    EXPECT_EQ(s.dir, "dir.d/");
-    EXPECT_EQ(s.name, "noext");
-    EXPECT_EQ(s.ext, "");
-
-    s = SplitAll(".profile"); // the extension starts at the last dot, as the run time splits it
-    EXPECT_EQ(s.name, "");
-    EXPECT_EQ(s.ext, ".profile");
-
-    s = SplitAll("");
-    EXPECT_EQ(s.rc, 0);
-    EXPECT_EQ(s.dir + s.name + s.ext, "");
-
+TEST(PathHelpers, SplitPathPiecesAndLimits) {
+    // Both slashes end a directory and there are no drives; the extension
+    // starts at the last dot, as the run time splits it.
+    for (auto [path, pieces] : {std::pair{"/usr/lib/libz.so.1", "0:|/usr/lib/|libz.so|.1"},
+                                {"C:\\data\\report.txt", "0:|C:\\data\\|report|.txt"},
+                                {"dir.d/noext", "0:|dir.d/|noext|"}, {".profile", "0:|||.profile"}, {"", "0:|||"}})
+        EXPECT_EQ(SplitAll(path), pieces);
     // Pieces may be skipped with a null buffer and size 0.
     char name[8];
     EXPECT_EQ(SplitPath("/a/b.c", nullptr, 0, nullptr, 0, name, sizeof name, nullptr, 0), 0);
     EXPECT_STREQ(name, "b");
-}
 
-TEST(PathHelpers, SplitPathLimitsLeaveBuffersUntouched) {
+    // A piece too long for its buffer leaves every buffer untouched.
     TarnkitTest::CapturingSink sink;
-    const std::string longName(256, 'n');
-    Split s = SplitAll("/d/" + longName);
-    EXPECT_EQ(s.rc, ERANGE);
-    EXPECT_EQ(s.dir, "?");
-    EXPECT_EQ(s.name, "?");
+    const std::string tooLong = std::to_string(ERANGE) + ":?|?|?|?";
+    EXPECT_EQ(SplitAll("/d/" + std::string(256, 'n')), tooLong);
     EXPECT_TRUE(sink.saw("too long"));
-
-    EXPECT_EQ(SplitAll("/d/" + std::string(255, 'n') + "." + std::string(254, 'e')).rc, 0);
-    EXPECT_EQ(SplitAll("/d/x." + std::string(255, 'e')).rc, ERANGE);
-
+    EXPECT_EQ(SplitAll("/d/" + std::string(255, 'n') + "." + std::string(254, 'e')).substr(0, 2), "0:");
+    EXPECT_EQ(SplitAll("/d/x." + std::string(255, 'e')), tooLong);
     // Directories may be as long as a whole path, longer than 255 bytes.
     const std::string longDir = "/" + std::string(4093, 'd') + "/";
-    s = SplitAll(longDir + "f");
-    EXPECT_EQ(s.rc, 0);
-    EXPECT_EQ(s.dir, longDir);
-    EXPECT_EQ(SplitAll("/" + std::string(4094, 'd') + "/f").rc, ERANGE);
+    EXPECT_EQ(SplitAll(longDir + "f"), "0:|" + longDir + "|f|");
+    EXPECT_EQ(SplitAll("/" + std::string(4094, 'd') + "/f"), tooLong);
 
     char tiny[4] = "?";
     EXPECT_EQ(SplitPath("/abc/d", nullptr, 0, tiny, sizeof tiny, nullptr, 0, nullptr, 0), ERANGE);
@@ -94,15 +64,11 @@ TEST(PathHelpers, SplitPathLimitsLeaveBuffersUntouched) {
 
 TEST(PathHelpers, SplitPathExKeepsOutputsOfEmptyPieces) {
     SAnsiString dir("old-dir"), name("old-name"), ext("old-ext");
+    auto pieces = [&] { return Str(dir) + "|" + Str(name) + "|" + Str(ext); };
     EXPECT_TRUE(SplitPathEx("/var/log/syslog.1", dir, name, ext, '/'));
-    EXPECT_EQ(Str(dir), "/var/log/");
-    EXPECT_EQ(Str(name), "syslog");
-    EXPECT_EQ(Str(ext), ".1");
-
+    EXPECT_EQ(pieces(), "/var/log/|syslog|.1");
     EXPECT_TRUE(SplitPathEx("README", dir, name, ext));
-    EXPECT_EQ(Str(dir), "/var/log/"); // empty pieces leave the old values
-    EXPECT_EQ(Str(name), "README");
-    EXPECT_EQ(Str(ext), ".1");
+    EXPECT_EQ(pieces(), "/var/log/|README|.1"); // empty pieces leave the old values
 
     TarnkitTest::CapturingSink sink;
     EXPECT_FALSE(SplitPathEx(("/x/" + std::string(300, 'n')).c_str(), dir, name, ext));
@@ -110,12 +76,12 @@ TEST(PathHelpers, SplitPathExKeepsOutputsOfEmptyPieces) {
 }
 
 TEST(PathHelpers, MakePath) {
-    EXPECT_EQ(Str(MakePath("", "/usr/lib", "libz", "so")), "/usr/lib/libz.so");
-    EXPECT_EQ(Str(MakePath("", "/usr/lib/", "libz", ".so")), "/usr/lib/libz.so");
-    EXPECT_EQ(Str(MakePath("", "C:\\dir\\", "f", "")), "C:\\dir\\f");
-    EXPECT_EQ(Str(MakePath("", "", "name", "")), "name");
-    EXPECT_EQ(Str(MakePath("C", "d", "n", "e")), "d/n.e"); // no drives on this platform
-    EXPECT_EQ(Str(MakePath("", "", "", "")), "");
+    // No drives on this platform.
+    for (auto [drive, dir, name, ext, path] :
+         {std::tuple{"", "/usr/lib", "libz", "so", "/usr/lib/libz.so"},
+          {"", "/usr/lib/", "libz", ".so", "/usr/lib/libz.so"}, {"", "C:\\dir\\", "f", "", "C:\\dir\\f"},
+          {"", "", "name", "", "name"}, {"C", "d", "n", "e", "d/n.e"}, {"", "", "", "", ""}})
+        EXPECT_EQ(Str(MakePath(drive, dir, name, ext)), path);
 
     // Round trip with the split.
     SAnsiString dir, name, ext;
@@ -129,38 +95,24 @@ TEST(PathHelpers, MakePath) {
     EXPECT_TRUE(sink.saw("MakePath"));
 }
 
-TEST(PathHelpers, SlashEdits) {
-    EXPECT_EQ(Edited("a/b\\c", '/', UnifyAllSlashes), "a/b/c");
-    EXPECT_EQ(Edited("a/b\\c", '\\', UnifyAllSlashes), "a\\b\\c");
-    EXPECT_EQ(Edited("a/b\\c", ':', UnifyAllSlashes), "a:b\\c"); // any other slash replaces "/"
-    EXPECT_EQ(Edited("", '/', UnifyAllSlashes), "");
+TEST(PathHelpers, SlashEditsAndLevels) {
+    // Unifying with any other slash replaces "/"; the begin loses one slash
+    // only; the end loses "/" for any slash but "\".
+    const auto unify = UnifyAllSlashes, begin = StripSlashOffDirBegin, end = StripSlashOffDirEnd;
+    for (auto [text, slash, edit, expected] :
+         {std::tuple{"a/b\\c", '/', unify, "a/b/c"}, {"a/b\\c", '\\', unify, "a\\b\\c"},
+          {"a/b\\c", ':', unify, "a:b\\c"}, {"", '/', unify, ""}, {"/a", '/', begin, "a"}, {"//a", '/', begin, "/a"},
+          {"/", '/', begin, "/"},
+          {"\\a", '/', begin, "\\a"}, {"/", '/', end, "/"}, {"a/", '/', end, "a"}, {"a\\", '/', end, "a\\"},
+          {"a/", 'x', end, "a"}, {"C:\\", '\\', end, "C:\\"}, {"C:\\d\\", '\\', end, "C:\\d"}, {"a//", '/', end, "a/"}})
+        EXPECT_EQ(Edited(text, slash, edit), expected) << text << " " << slash;
 
-    EXPECT_EQ(Edited("/a", '/', StripSlashOffDirBegin), "a");
-    EXPECT_EQ(Edited("//a", '/', StripSlashOffDirBegin), "/a"); // one only
-    EXPECT_EQ(Edited("/", '/', StripSlashOffDirBegin), "/");
-    EXPECT_EQ(Edited("\\a", '/', StripSlashOffDirBegin), "\\a");
-
-    EXPECT_EQ(Edited("/", '/', StripSlashOffDirEnd), "/");
-    EXPECT_EQ(Edited("a/", '/', StripSlashOffDirEnd), "a");
-    EXPECT_EQ(Edited("a\\", '/', StripSlashOffDirEnd), "a\\");
-    EXPECT_EQ(Edited("a/", 'x', StripSlashOffDirEnd), "a"); // "/" for any slash but "\"
-    EXPECT_EQ(Edited("C:\\", '\\', StripSlashOffDirEnd), "C:\\");
-    EXPECT_EQ(Edited("C:\\d\\", '\\', StripSlashOffDirEnd), "C:\\d");
-    EXPECT_EQ(Edited("a//", '/', StripSlashOffDirEnd), "a/");
-}
-
-TEST(PathHelpers, ParentAndBottomLevels) {
-    EXPECT_EQ(Str(GetParentLevelDir("abc", '\\')), "");
-    EXPECT_EQ(Str(GetParentLevelDir("", '/')), "");
-    EXPECT_EQ(Str(GetParentLevelDir("/a/b/c/", '/')), "/a/b");
-    EXPECT_EQ(Str(GetParentLevelDir("/a", '/')), "");
-    EXPECT_EQ(Str(GetParentLevelDir("C:\\x\\y", '\\')), "C:\\x");
-
-    EXPECT_EQ(Str(GetBottomLevelDir("/a/b/c/", '/')), "c");
-    EXPECT_EQ(Str(GetBottomLevelDir("abc", '/')), "abc");
-    EXPECT_EQ(Str(GetBottomLevelDir("", '/')), "");
-    EXPECT_EQ(Str(GetBottomLevelDir("/", '/')), "");
-    EXPECT_EQ(Str(GetBottomLevelDir("C:\\x\\y\\", '\\')), "y");
+    for (auto [dir, slash, parent] : {std::tuple{"abc", '\\', ""}, {"", '/', ""}, {"/a/b/c/", '/', "/a/b"},
+                                      {"/a", '/', ""}, {"C:\\x\\y", '\\', "C:\\x"}})
+        EXPECT_EQ(Str(GetParentLevelDir(dir, slash)), parent) << dir;
+    for (auto [dir, slash, bottom] : {std::tuple{"/a/b/c/", '/', "c"}, {"abc", '/', "abc"}, {"", '/', ""},
+                                      {"/", '/', ""}, {"C:\\x\\y\\", '\\', "y"}})
+        EXPECT_EQ(Str(GetBottomLevelDir(dir, slash)), bottom) << dir;
 }
 
 TEST(PathHelpers, SlashesInsideDoubleByteCharactersAreNotSlashes) {
@@ -168,11 +120,6 @@ TEST(PathHelpers, SlashesInsideDoubleByteCharactersAreNotSlashes) {
     if (!locale.ok())
         GTEST_SKIP() << "zh_CN.gbk not installed";
     // 0xD5 0x5C is one character whose second byte is the backslash code.
-    const char table[] = "dir\\\xD5\x5C.txt";
-    SAnsiString s(table);
-    UnifyAllSlashes(s, '/');
-    EXPECT_EQ(Str(s), "dir/\xD5\x5C.txt");
-    Split split = SplitAll(table);
-    EXPECT_EQ(split.dir, "dir\\");
-    EXPECT_EQ(split.name, "\xD5\x5C");
+    EXPECT_EQ(Edited("dir\\\xD5\x5C.txt", '/', UnifyAllSlashes), "dir/\xD5\x5C.txt");
+    EXPECT_EQ(SplitAll("dir\\\xD5\x5C.txt"), "0:|dir\\|\xD5\x5C|.txt");
 }

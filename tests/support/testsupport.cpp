@@ -1,6 +1,9 @@
 #include "support/testsupport.h"
 
 #include <clocale>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace TarnkitTest {
 
@@ -64,5 +67,20 @@ ScopedLocale::ScopedLocale(const char *name) {
 }
 
 ScopedLocale::~ScopedLocale() { std::setlocale(LC_ALL, m_previous.c_str()); }
+
+void AsNobodyInChild(const std::function<void()> &body) {
+    constexpr uid_t kNobody = 65534;
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        if (::geteuid() == 0 && (::setgid(kNobody) != 0 || ::setuid(kNobody) != 0))
+            ::_exit(2);
+        body();
+        ::_exit(::testing::Test::HasFailure() ? 1 : 0);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "the child as nobody failed, status " << status;
+}
 
 } // namespace TarnkitTest

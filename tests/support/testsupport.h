@@ -5,6 +5,7 @@
 #include "foundation/services.h"
 #include "tarnkit/sstringimpl.h"
 
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -61,5 +62,10 @@ private:
     std::string m_previous;
     bool m_ok;
 };
+
+// Runs body in a child process that, when started as root, has given up
+// root for the user nobody (uid and gid 65534) for good, so that permission
+// checks apply to it as to any user. The child's failed checks fail the test.
+void AsNobodyInChild(const std::function<void()> &body);
 
 } // namespace TarnkitTest

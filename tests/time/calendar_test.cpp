@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cmath>
 #include <gtest/gtest.h>
+#include <tuple>
 
 using namespace TarnkitA201;
 namespace chr = std::chrono;
@@ -51,14 +52,11 @@ TEST(Calendar, GregorianDaysMatchChronoCivilDates) {
         short y;
         unsigned char m, d;
         SDate::JulianToYMD(n, y, m, d);
-        const bool same = y == static_cast<int>(civil.year()) && m == static_cast<unsigned>(civil.month()) &&
-                          d == static_cast<unsigned>(civil.day());
-        if (!same)
-            FAIL() << "day " << n << " gave " << y << "-" << int(m) << "-" << int(d);
-        if (SDate(y, m, d).GetDayNumber() != n)
-            FAIL() << "day " << n << " does not come back";
-        if (SDate::FromDayNumber(n).GetDayOfWeek() != chr::weekday(sys).c_encoding())
-            FAIL() << "weekday of " << n;
+        ASSERT_TRUE(y == static_cast<int>(civil.year()) && m == static_cast<unsigned>(civil.month()) &&
+                    d == static_cast<unsigned>(civil.day()))
+            << "day " << n << " gave " << y << "-" << int(m) << "-" << int(d);
+        ASSERT_EQ(SDate(y, m, d).GetDayNumber(), n) << "day " << n << " does not come back";
+        ASSERT_EQ(SDate::FromDayNumber(n).GetDayOfWeek(), chr::weekday(sys).c_encoding()) << "weekday of " << n;
     }
 }
 
@@ -69,12 +67,10 @@ TEST(Calendar, LookupTablesAgreeWithTheFormulas) {
         const Calendar::Civil civil = Calendar::DayToCivil(n);
         const Calendar::Tables::YearDay y = tables.yearDayOf(n);
         const unsigned monthDay = tables.monthDayOf[y.leap][y.dayOfYear];
-        const bool same = Calendar::Tables::kFirstYear + y.index == civil.year &&
-                          static_cast<int>(monthDay & 0xFF) == civil.month && static_cast<int>(monthDay >> 8) == civil.day;
-        if (!same)
-            FAIL() << "day " << n;
-        if (static_cast<int>(Calendar::WeekdayOfTableDay(n)) != Calendar::DayOfWeek(n))
-            FAIL() << "weekday of " << n;
+        ASSERT_TRUE(Calendar::Tables::kFirstYear + y.index == civil.year &&
+                    static_cast<int>(monthDay & 0xFF) == civil.month && static_cast<int>(monthDay >> 8) == civil.day)
+            << "day " << n;
+        ASSERT_EQ(static_cast<int>(Calendar::WeekdayOfTableDay(n)), Calendar::DayOfWeek(n)) << "weekday of " << n;
     }
     for (int minute = 0; minute < 1440; ++minute)
         ASSERT_EQ(tables.hourMinuteOf[minute], (minute % 60) << 8 | minute / 60);
@@ -114,73 +110,59 @@ TEST(Calendar, IntegerConversionMatchesFloatingPointFormulaEverywhere) {
                d == static_cast<unsigned char>(rd);
     };
     for (long long n = SDate(-32768, 1, 1).GetDayNumber(); n < 2299160; ++n)
-        if (!check(n))
-            FAIL() << n;
+        ASSERT_TRUE(check(n)) << n;
     for (long long n = INT32_MIN + 1; n < INT32_MAX - 7919; n += 7919)
-        if (!check(n))
-            FAIL() << n;
+        ASSERT_TRUE(check(n)) << n;
     // Beyond the day range there is no date.
     short y = 1;
     unsigned char m = 1, d = 1;
     SDate::JulianToYMD(static_cast<long>(INT32_MAX) + 1, y, m, d);
-    EXPECT_EQ(y, 0);
-    EXPECT_EQ(m, 0);
+    EXPECT_EQ(std::tuple(y, m), std::tuple(0, 0));
 }
 
-TEST(Calendar, DateValidationAndSpecialDays) {
+TEST(Calendar, DateValidationArithmeticAndWeeks) {
     EXPECT_EQ(SDate(1970, 1, 1).GetDayNumber(), 2440587);
     EXPECT_EQ(SDate(1970, 1, 1).GetDayOfWeek(), 4);
     EXPECT_EQ(SDate(2000, 2, 100), SDate(2000, 2, 29));
     EXPECT_EQ(SDate(1900, 2, 100), SDate(1900, 2, 28));
-    EXPECT_TRUE(SDate(1500, 2, 29).IsValid());   // Julian leap year
-    EXPECT_FALSE(SDate(1900, 2, 29).IsValid());  // Gregorian common year
-    EXPECT_FALSE(SDate(2023, 0, 1).IsValid());
-    EXPECT_FALSE(SDate(2023, 13, 1).IsValid());
-    EXPECT_FALSE(SDate(2023, 4, 31).IsValid());
-    EXPECT_FALSE(SDate(2023, 4, 0).IsValid());
-    EXPECT_FALSE(SDate(2023, 4, 99).IsValid());
-    EXPECT_FALSE(SDate().IsValid());
+    // 1500 is a Julian leap year, 1900 a Gregorian common year.
+    EXPECT_TRUE(SDate(1500, 2, 29).IsValid());
+    for (const SDate &bad : {SDate(1900, 2, 29), SDate(2023, 0, 1), SDate(2023, 13, 1), SDate(2023, 4, 31),
+                             SDate(2023, 4, 0), SDate(2023, 4, 99), SDate()})
+        EXPECT_FALSE(bad.IsValid()) << bad.GetDayNumber();
     EXPECT_EQ(SDate().GetDayNumber(), SDate::InvalidDate);
 
     // No year 0: year -1 (1 BC) round-trips, and year 0 aliases it.
     short y;
     unsigned char m, d;
     SDate(-1, 3, 15).GetYearMonthDay(y, m, d);
-    EXPECT_EQ(y, -1);
-    EXPECT_EQ(m, 3);
-    EXPECT_EQ(d, 15);
+    EXPECT_EQ(std::tuple(y, m, d), std::tuple(-1, 3, 15));
     EXPECT_EQ(SDate(0, 3, 15), SDate(-1, 3, 15));
     EXPECT_EQ(SDate(-4713, 1, 1).GetDayNumber(), 0);
-}
 
-TEST(Calendar, DateArithmeticAndWeeks) {
-    const SDate d(2024, 2, 28);
-    EXPECT_EQ(d + STimeSpan(1, 0, 0, 0, 0), SDate(2024, 2, 29));
-    EXPECT_EQ(d + STimeSpan(2, 23, 0, 0, 0), SDate(2024, 3, 1)); // whole days only
-    EXPECT_EQ(d - STimeSpan(-1, 0, 0, 0, 0), SDate(2024, 2, 29));
+    const SDate leapEve(2024, 2, 28);
+    EXPECT_EQ(leapEve + STimeSpan(1, 0, 0, 0, 0), SDate(2024, 2, 29));
+    EXPECT_EQ(leapEve + STimeSpan(2, 23, 0, 0, 0), SDate(2024, 3, 1)); // whole days only
+    EXPECT_EQ(leapEve - STimeSpan(-1, 0, 0, 0, 0), SDate(2024, 2, 29));
     EXPECT_EQ(SDate(2025, 1, 1) - SDate(2024, 1, 1), STimeSpan(366, 0, 0, 0, 0));
     EXPECT_FALSE((SDate() + STimeSpan(1, 0, 0, 0, 0)).IsValid());
     // Beyond the day range: invalid, not wrapped.
     EXPECT_FALSE((SDate::FromDayNumber(INT32_MAX) + STimeSpan(1, 0, 0, 0, 0)).IsValid());
 
-    // 2024-09-01 is a Sunday.
-    EXPECT_EQ(SDate(2024, 9, 1).GetWeekOfMonth(0), 1);
-    EXPECT_EQ(SDate(2024, 9, 7).GetWeekOfMonth(0), 1);
-    EXPECT_EQ(SDate(2024, 9, 8).GetWeekOfMonth(0), 2);
-    EXPECT_EQ(SDate(2024, 9, 2).GetWeekOfMonth(1), 2); // weeks from Monday: the 1st is alone in week 1
-    EXPECT_EQ(SDate(2024, 9, 30).GetWeekOfMonth(1), 6);
+    // 2024-09-01 is a Sunday: in weeks from Monday it is alone in week 1.
+    struct Week {
+        int day, firstWeekday, week;
+    };
+    for (const Week &w : {Week{1, 0, 1}, Week{7, 0, 1}, Week{8, 0, 2}, Week{2, 1, 2}, Week{30, 1, 6}})
+        EXPECT_EQ(SDate(2024, 9, w.day).GetWeekOfMonth(w.firstWeekday), w.week) << w.day << " " << w.firstWeekday;
 }
 
 TEST(Calendar, SpanPartsTruncateTowardsZero) {
     const STimeSpan minusOne(-1LL);
-    EXPECT_EQ(minusOne.GetDays(), 0);
-    EXPECT_EQ(minusOne.GetMilliseconds(), -1);
+    EXPECT_EQ(std::tuple(minusOne.GetDays(), minusOne.GetMilliseconds()), std::tuple(0, -1));
     const STimeSpan s(-1, -2, -3, -4, -5);
-    EXPECT_EQ(s.GetDays(), -1);
-    EXPECT_EQ(s.GetHours(), -2);
-    EXPECT_EQ(s.GetMinutes(), -3);
-    EXPECT_EQ(s.GetSeconds(), -4);
-    EXPECT_EQ(s.GetMilliseconds(), -5);
+    EXPECT_EQ(std::tuple(s.GetDays(), s.GetHours(), s.GetMinutes(), s.GetSeconds(), s.GetMilliseconds()),
+              std::tuple(-1, -2, -3, -4, -5));
     EXPECT_EQ(s.GetTotalHours(), -26);
     EXPECT_EQ(STimeSpan(2, 3, 4, 5, 6).GetTotalMilliseconds(), 2 * 86400000LL + 3 * 3600000 + 4 * 60000 + 5006);
     EXPECT_EQ(STimeSpan(0, 0, 0, 90, 0).GetTotalMinutes(), 1);
@@ -202,21 +184,19 @@ TEST(Calendar, TimeOfDayValuesWrapWithinOneDay) {
     EXPECT_EQ(t.GetRawValue(), 84615250);
     EXPECT_EQ((t + STimeSpan(0, 1, 0, 0, 0)).GetRawValue(), 1815250);
     EXPECT_EQ((t - STimeSpan(-1, -1, 0, 0, 0)).GetRawValue(), 1815250); // whole days drop out
-    EXPECT_EQ(t.GetSecond(), 15);
-    EXPECT_EQ(t.GetMillisecond(), 250);
+    EXPECT_EQ(std::tuple(t.GetSecond(), t.GetMillisecond()), std::tuple(15, 250));
 
     // A zone one hour east: civil 00:30 is 23:30 UTC.
     const STimeZone east(SAnsiString("E,-60"));
     const STime early(0, 30, 0, 0, east);
     EXPECT_EQ(early.GetRawValue(), 23 * 3600000 + 30 * 60000);
-    EXPECT_EQ(early.GetHour(east), 0);
-    EXPECT_EQ(early.GetHour(utc), 23);
+    EXPECT_EQ(std::tuple(early.GetHour(east), early.GetHour(utc)), std::tuple(0, 23));
     // By the civil clock 00:30 comes before 01:00, though not by raw value.
     const STime later(1, 0, 0, 0, east);
     EXPECT_TRUE(early > later);
-    EXPECT_EQ(STimeComparison(early, later, east), -1);
-    EXPECT_EQ(STimeComparison(later, early, east), 1);
-    EXPECT_EQ(STimeComparison(early, early, east), 0);
+    EXPECT_EQ(std::tuple(STimeComparison(early, later, east), STimeComparison(later, early, east),
+                         STimeComparison(early, early, east)),
+              std::tuple(-1, 1, 0));
 
     TarnkitTest::CapturingSink sink;
     EXPECT_FALSE(STime(24, 0, 0, 0, utc).IsValid());
@@ -251,7 +231,6 @@ TEST(Calendar, MomentArithmeticCarriesDays) {
     const STimeZone west(SAnsiString("W,300"));
     const SDateTime civil(2024, 6, 1, 22, 0, 0, 0, west);
     EXPECT_EQ(civil, SDateTime(2024, 6, 2, 3, 0, 0, 0, utc));
-    EXPECT_EQ(civil.GetDay(west), 1);
-    EXPECT_EQ(civil.GetHour(west), 22);
+    EXPECT_EQ(std::tuple(civil.GetDay(west), civil.GetHour(west)), std::tuple(1, 22));
     EXPECT_EQ(civil.GetDate(west), SDate(2024, 6, 1));
 }

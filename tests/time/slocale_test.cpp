@@ -1,3 +1,7 @@
+// The locale tables (LCIDs and language tags both ways), the conventions each
+// locale reports against the C library's, the default locale from the
+// environment, and the per-thread locale and its names.
+
 #include "tarnkit/slocale.h"
 
 #include "support/testsupport.h"
@@ -5,11 +9,10 @@
 
 #include <gtest/gtest.h>
 
-#include <clocale>
+#include <algorithm>
 #include <cstdlib>
 #include <langinfo.h>
 #include <locale.h>
-#include <map>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -42,18 +45,13 @@ struct Entry {
 
 std::vector<Entry> Table() {
     std::vector<Entry> out;
-    std::istringstream languages(kLanguageList);
-    std::string tag, hex;
-    while (languages >> tag >> hex)
-        out.push_back({tag, "", static_cast<uint32_t>(std::stoul(hex, nullptr, 16))});
-    std::istringstream countries(kCountryList);
-    std::string language, word;
-    while (countries >> language) {
-        while (countries >> word && word != ";") {
-            countries >> hex;
-            out.push_back({language, word, static_cast<uint32_t>(std::stoul(hex, nullptr, 16))});
-        }
-    }
+    std::istringstream languages(kLanguageList), countries(kCountryList);
+    std::string language, country, hex;
+    while (languages >> language >> hex)
+        out.push_back({language, "", static_cast<uint32_t>(std::stoul(hex, nullptr, 16))});
+    while (countries >> language)
+        while (countries >> country && country != ";" && countries >> hex)
+            out.push_back({language, country, static_cast<uint32_t>(std::stoul(hex, nullptr, 16))});
     return out;
 }
 
@@ -61,20 +59,15 @@ std::vector<Entry> Table() {
 // language in table order with the primary id, then its country with the
 // sublanguage.
 std::string ExpectedTag(const std::vector<Entry> &table, uint32_t lcid) {
-    std::string language;
-    for (const Entry &e : table) {
-        if (e.country.empty() && (e.lcid & 0x3FF) == (lcid & 0x3FF)) {
-            language = e.language;
-            break;
-        }
-    }
-    if (language.empty())
+    const auto language = std::find_if(table.begin(), table.end(), [lcid](const Entry &e) {
+        return e.country.empty() && (e.lcid & 0x3FF) == (lcid & 0x3FF);
+    });
+    if (language == table.end())
         return "en-US";
-    for (const Entry &e : table) {
-        if (e.language == language && !e.country.empty() && (e.lcid >> 10) == (lcid >> 10))
-            return islower(static_cast<unsigned char>(e.country[0])) ? e.country : language + "-" + e.country;
-    }
-    return language;
+    for (const Entry &e : table)
+        if (e.language == language->language && !e.country.empty() && (e.lcid >> 10) == (lcid >> 10))
+            return islower(static_cast<unsigned char>(e.country[0])) ? e.country : e.language + "-" + e.country;
+    return language->language;
 }
 
 std::string S(const SAnsiString &s) { return std::string(s.getString(), s.getLength()); }
@@ -85,15 +78,6 @@ struct LocaleSnapshot {
     locale_t thread = uselocale(static_cast<locale_t>(0));
     bool operator==(const LocaleSnapshot &o) const { return global == o.global && thread == o.thread; }
 };
-
-struct Installed {
-    uint32_t lcid;
-    const char *name;
-};
-const Installed kInstalled[] = {{SLocale::English, "en_US.UTF-8"},
-                                {SLocale::German, "de_DE.UTF-8"},
-                                {SLocale::French, "fr_FR.UTF-8"},
-                                {SLocale::Japanese, "ja_JP.UTF-8"}};
 
 // Runs `body` on a thread whose own C locale is `name`; false if not installed.
 template <class Body>
@@ -112,51 +96,59 @@ bool OnThreadWithLocale(const char *name, Body body) {
     return ran;
 }
 
+// Each death-test child starts afresh and reads the default locale from LC_ALL.
+template <class Check>
+void ExpectInFreshProcess(const char *lcAll, Check check) {
+    EXPECT_EXIT(
+        {
+            setenv("LC_ALL", lcAll, 1);
+            std::exit(check() ? 0 : 1);
+        },
+        ::testing::ExitedWithCode(0), "")
+        << lcAll;
+}
+
 } // namespace
 
 TEST(SLocaleTable, EveryRecordBothWays) {
     const std::vector<Entry> table = Table();
     ASSERT_EQ(table.size(), 140u);
     for (const Entry &e : table) {
-        SCOPED_TRACE(e.language + "-" + e.country);
+        const std::string tag = e.country.empty() ? e.language : e.language + "-" + e.country;
+        SCOPED_TRACE(tag);
         EXPECT_EQ(S(SLocale::LcidToRfc1766(e.lcid)), ExpectedTag(table, e.lcid));
-        if (e.country.empty()) {
-            EXPECT_EQ(SLocale::Rfc1766ToLcid(SAnsiString(e.language.c_str())), e.lcid);
-            continue;
-        }
-        const uint32_t parsed = SLocale::Rfc1766ToLcid(SAnsiString((e.language + "-" + e.country).c_str()));
-        if (islower(static_cast<unsigned char>(e.country[0]))) {
-            // Later tokens are upper-cased, so lower-case records are found
-            // only from the LCID side.
+        const uint32_t parsed = SLocale::Rfc1766ToLcid(SAnsiString(tag.c_str()));
+        // Later tokens are upper-cased, so lower-case country records are
+        // found only from the LCID side. The two Serbian records share their
+        // tag; the search meets the first.
+        if (!e.country.empty() && islower(static_cast<unsigned char>(e.country[0])))
             EXPECT_NE(parsed, e.lcid);
-        } else if (e.language != "sr") {
-            EXPECT_EQ(parsed, e.lcid);
-        }
+        else
+            EXPECT_EQ(parsed, tag == "sr-SP" ? 0xC1Au : e.lcid);
     }
-    // The two Serbian records share their tag; the search meets the first.
-    EXPECT_EQ(SLocale::Rfc1766ToLcid(SAnsiString("sr-SP")), 0xC1Au);
-    // Shared primary ids belong to the first language in table order.
-    EXPECT_EQ(S(SLocale::LcidToRfc1766(0xC1A)), "hr");
-    EXPECT_EQ(S(SLocale::LcidToRfc1766(0x411)), "ja-JP");
-    EXPECT_EQ(S(SLocale::LcidToRfc1766(0x1)), "ar-AA");
 }
 
-TEST(SLocaleTable, TagParsing) {
-    EXPECT_EQ(SLocale::Rfc1766ToLcid(SAnsiString("en-US")), 0x409u);
-    EXPECT_EQ(SLocale::Rfc1766ToLcid(SAnsiString("de-AT")), 0xC07u);
-    EXPECT_EQ(SLocale::Rfc1766ToLcid(SAnsiString("EN-us")), 0x409u);
-    EXPECT_EQ(SLocale::Rfc1766ToLcid(SAnsiString("en-XX")), 0x409u);
-    EXPECT_EQ(SLocale::Rfc1766ToLcid(SAnsiString("english")), 0x409u);
-    EXPECT_EQ(SLocale::Rfc1766ToLcid(SAnsiString("zh_tw")), 0x404u);
-    EXPECT_EQ(SLocale::Rfc1766ToLcid(SAnsiString("es-es")), 0x40Au);
-    EXPECT_EQ(SLocale::Rfc1766ToLcid(SAnsiString("fr-CA,en;q=0.5")), 0xC0Cu);
-    EXPECT_EQ(SLocale::Rfc1766ToLcid(SAnsiString("de;q=0.8")), 0x407u);
-    EXPECT_EQ(SLocale::Rfc1766ToLcid(SAnsiString("xx-US")), 1024u);
-    EXPECT_EQ(SLocale::Rfc1766ToLcid(SAnsiString("chs")), 2052u);
-    EXPECT_EQ(SLocale::Rfc1766ToLcid(SAnsiString("CHT")), 1028u);
-    EXPECT_EQ(SLocale::Rfc1766ToLcid(SAnsiString("chx")), 1024u);
+TEST(SLocaleTable, TagParsingAndLcidNames) {
+    const std::pair<const char *, uint32_t> tags[] = {
+        {"en-US", 0x409}, {"de-AT", 0xC07}, {"EN-us", 0x409}, {"en-XX", 0x409}, {"english", 0x409},
+        {"zh_tw", 0x404}, {"es-es", 0x40A}, {"fr-CA,en;q=0.5", 0xC0C}, {"de;q=0.8", 0x407},
+        {"xx-US", 1024},  {"chs", 2052},    {"CHT", 1028},    {"chx", 1024}};
+    for (const auto &[tag, lcid] : tags)
+        EXPECT_EQ(SLocale::Rfc1766ToLcid(SAnsiString(tag)), lcid) << tag;
     EXPECT_EQ(SLocale::LanguageIdToLCID(SAnsiStringCI("Pt-bR")), 0x416u);
     EXPECT_EQ(S(SLocale::GetLanguageFromRfc1766(SAnsiString("de-AT"))), "de");
+
+    // Shared primary ids belong to the first language in table order.
+    const std::pair<uint32_t, const char *> rfcTags[] = {
+        {0xC0A, "es"},  {0x814, "no"}, {0x407, "de"},    {0x7F, "en-US"}, {0xFFFFFFFF, "en-US"},
+        {0xFC09, "en"}, {0xC1A, "hr"}, {0x411, "ja-JP"}, {0x1, "ar-AA"}};
+    for (const auto &[lcid, tag] : rfcTags)
+        EXPECT_EQ(S(SLocale::LcidToRfc1766(lcid)), tag) << lcid;
+    const std::pair<uint32_t, const char *> shortIds[] = {
+        {0x404, "cht"}, {0xC04, "cht"}, {0x1404, "cht"}, {0x804, "chs"}, {0x1004, "chs"}, {0x411, "jp"}, {0xC07, "de"}};
+    for (const auto &[lcid, id] : shortIds)
+        EXPECT_EQ(S(SLocale::LCIDToLanguageId(lcid)), id) << lcid;
+    EXPECT_EQ(S(SLocale::LCIDToLanguageId(0x7F)), S(SLocale::GetShortLanguageId()));
 
     TarnkitTest::CapturingSink sink;
     for (const char *shortToken : {"e", "", "\xC3\xA9n-US", "-en"}) {
@@ -169,66 +161,35 @@ TEST(SLocaleTable, TagParsing) {
     EXPECT_TRUE(sink.saw("at least 2 characters"));
 }
 
-TEST(SLocaleTable, LcidToTags) {
-    EXPECT_EQ(S(SLocale::LcidToRfc1766(0xC0A)), "es");
-    EXPECT_EQ(S(SLocale::LcidToRfc1766(0x814)), "no");
-    EXPECT_EQ(S(SLocale::LcidToRfc1766(0x407)), "de");
-    EXPECT_EQ(S(SLocale::LcidToRfc1766(0x7F)), "en-US");
-    EXPECT_EQ(S(SLocale::LcidToRfc1766(0xFFFFFFFF)), "en-US");
-    EXPECT_EQ(S(SLocale::LcidToRfc1766(0xFC09)), "en");
-    EXPECT_EQ(S(SLocale::LCIDToLanguageId(0x404)), "cht");
-    EXPECT_EQ(S(SLocale::LCIDToLanguageId(0xC04)), "cht");
-    EXPECT_EQ(S(SLocale::LCIDToLanguageId(0x1404)), "cht");
-    EXPECT_EQ(S(SLocale::LCIDToLanguageId(0x804)), "chs");
-    EXPECT_EQ(S(SLocale::LCIDToLanguageId(0x1004)), "chs");
-    EXPECT_EQ(S(SLocale::LCIDToLanguageId(0x411)), "jp");
-    EXPECT_EQ(S(SLocale::LCIDToLanguageId(0xC07)), "de");
-    EXPECT_EQ(S(SLocale::LCIDToLanguageId(0x7F)), S(SLocale::GetShortLanguageId()));
-}
-
-// Each death-test child starts afresh and reads the default locale from its
-// environment.
 TEST(SLocaleDefault, FollowsTheEnvironment) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(
-        {
-            setenv("LC_ALL", "de_AT.UTF-8", 1);
-            const bool ok = S(SLocale::GetFullLanguageId()) == "de_AT" && S(SLocale::GetShortLanguageId()) == "de" &&
-                            SLocale::GetCurrentThreadLocale() == 0xC07 &&
-                            S(SLocale::LcidToRfc1766(1024)) == "de-AT" && S(SLocale::LCIDToLanguageId(1024)) == "de" &&
-                            S(SLocale::GetUserDefaultCodePage()) == "65001" &&
-                            S(SLocale::GetDecimalSeparatorForNumber(1024, false)) == ",";
-            std::exit(ok ? 0 : 1);
-        },
-        ::testing::ExitedWithCode(0), "");
-    EXPECT_EXIT(
-        {
-            setenv("LC_ALL", "C", 1);
-            const bool ok = S(SLocale::GetFullLanguageId()) == "en" && SLocale::GetCurrentThreadLocale() == 0x409 &&
-                            S(SLocale::GetUserDefaultCodePage()) == "20127";
-            std::exit(ok ? 0 : 1);
-        },
-        ::testing::ExitedWithCode(0), "");
-    EXPECT_EXIT(
-        {
-            // A locale that is not installed leaves the default at "C".
-            setenv("LC_ALL", "xx_YY.UTF-8", 1);
-            const bool ok = S(SLocale::GetFullLanguageId()) == "en" &&
-                            S(SLocale::GetDecimalSeparatorForNumber(1024, false)) == ".";
-            std::exit(ok ? 0 : 1);
-        },
-        ::testing::ExitedWithCode(0), "");
+    ExpectInFreshProcess("de_AT.UTF-8", [] {
+        return S(SLocale::GetFullLanguageId()) == "de_AT" && S(SLocale::GetShortLanguageId()) == "de" &&
+               SLocale::GetCurrentThreadLocale() == 0xC07 && S(SLocale::LcidToRfc1766(1024)) == "de-AT" &&
+               S(SLocale::LCIDToLanguageId(1024)) == "de" && S(SLocale::GetUserDefaultCodePage()) == "65001" &&
+               S(SLocale::GetDecimalSeparatorForNumber(1024, false)) == ",";
+    });
+    ExpectInFreshProcess("C", [] {
+        return S(SLocale::GetFullLanguageId()) == "en" && SLocale::GetCurrentThreadLocale() == 0x409 &&
+               S(SLocale::GetUserDefaultCodePage()) == "20127";
+    });
+    // A locale that is not installed leaves the default at "C".
+    ExpectInFreshProcess("xx_YY.UTF-8", [] {
+        return S(SLocale::GetFullLanguageId()) == "en" && S(SLocale::GetDecimalSeparatorForNumber(1024, false)) == ".";
+    });
 }
 
 TEST(SLocaleConventions, MatchTheCLibrary) {
-    for (const Installed &inst : kInstalled) {
-        SCOPED_TRACE(inst.name);
-        TarnkitTest::ScopedLocale scoped(inst.name);
+    const std::pair<uint32_t, const char *> installed[] = {
+        {SLocale::English, "en_US.UTF-8"}, {SLocale::German, "de_DE.UTF-8"}, {SLocale::French, "fr_FR.UTF-8"},
+        {SLocale::Japanese, "ja_JP.UTF-8"}};
+    for (const auto &[id, name] : installed) {
+        SCOPED_TRACE(name);
+        TarnkitTest::ScopedLocale scoped(name);
         if (!scoped.ok())
-            GTEST_SKIP() << inst.name << " not installed";
+            GTEST_SKIP() << name << " not installed";
         const LocaleSnapshot before;
         const lconv &lc = *localeconv();
-        const uint32_t id = inst.lcid;
         EXPECT_EQ(S(SLocale::GetDecimalSeparatorForNumber(id, false)), lc.decimal_point);
         EXPECT_EQ(S(SLocale::GetThousandSeparatorForNumber(id, false)), lc.thousands_sep);
         EXPECT_EQ(S(SLocale::GetDecimalSeparatorForNumber(id, true)), lc.mon_decimal_point);
@@ -255,7 +216,7 @@ TEST(SLocaleConventions, MatchTheCLibrary) {
     }
 }
 
-TEST(SLocaleConventions, NegativeOrders) {
+TEST(SLocaleConventions, NegativeOrdersAndFallbacks) {
     TarnkitTest::CapturingSink sink;
     EXPECT_EQ(SLocale::GetNegativeOrderForNumber(SLocale::English, false), 1);
     EXPECT_EQ(SLocale::GetNegativeOrderForNumber(SLocale::English, true), 1); // -$1.1
@@ -264,6 +225,13 @@ TEST(SLocaleConventions, NegativeOrders) {
     // Money orders above 4 are valid, yet the range check reports them.
     EXPECT_EQ(SLocale::GetNegativeOrderForNumber(SLocale::German, true), 8); // -1,1 €
     EXPECT_TRUE(sink.saw("(retval >= 0) && (retval <= 4)"));
+
+    // An LCID outside the table reads like en-US; a language whose locale
+    // is not installed in its country takes the language's main locale.
+    EXPECT_EQ(S(SLocale::GetMonthString(3, 0x7F)), "March");
+    EXPECT_EQ(S(SLocale::GetMonthString(3, 0xFFFF0409)), "March");
+    EXPECT_EQ(S(SLocale::GetDecimalSeparatorForNumber(0x1404 /* zh-MO */, false)), ".");
+    EXPECT_EQ(S(SLocale::GetCurrencySymbol(0xC07)), "\xE2\x82\xAC");
 }
 
 TEST(SLocaleCalendar, OrderDelimitersAndForms) {
@@ -304,17 +272,20 @@ TEST(SLocaleCalendar, OrderDelimitersAndForms) {
     EXPECT_TRUE(sink.saw("Invalid input to GetTimeString"));
 }
 
-TEST(SLocaleFallback, UnknownAndMissingLocales) {
-    // An LCID outside the table reads like en-US; a language whose locale
-    // is not installed in its country takes the language's main locale.
-    EXPECT_EQ(S(SLocale::GetMonthString(3, 0x7F)), "March");
-    EXPECT_EQ(S(SLocale::GetMonthString(3, 0xFFFF0409)), "March");
-    EXPECT_EQ(S(SLocale::GetDecimalSeparatorForNumber(0x1404 /* zh-MO */, false)), ".");
-    EXPECT_EQ(S(SLocale::GetCurrencySymbol(0xC07)), "\xE2\x82\xAC");
-}
-
-TEST(SLocaleThread, ThreadLcidIsPerThreadAndLeavesTheCLocale) {
+TEST(SLocaleThread, NamesFollowTheThreadLocaleAndLeaveTheCLocale) {
+    TarnkitTest::ScopedLocale c("C");
     const LocaleSnapshot before;
+    const std::pair<SAnsiString, const char *> names[] = {
+        {SDateTimeString::GetLongDay(0), "Sunday"},           {SDateTimeString::GetShortDay(6), "Sat"},
+        {SDateTimeString::GetLongMonth(12), "December"},      {SDateTimeString::GetShortMonth(1), "Jan"},
+        {SDateTimeString::GetShortAM(true), "A"},             {SDateTimeString::GetLongAM(false), "PM"},
+        {SDateTimeString::GetEra(SDate(1999, 1, 1)), "A.D."}, {SDateTimeString::GetEra(SDate(-44, 3, 15)), "B.C."},
+        {SDateTimeString::GetEra(SDate()), ""},               {SDateTimeString::GetLongDay(7), ""},
+        {SDateTimeString::GetShortMonth(13), ""}};
+    for (const auto &[name, expected] : names)
+        EXPECT_EQ(S(name), expected);
+
+    // The thread's LCID is its own, and names follow it.
     const uint32_t initial = SLocale::GetCurrentThreadLocale();
     SLocale::SetCurrentThreadLocale(SLocale::German);
     EXPECT_EQ(SLocale::GetCurrentThreadLocale(), SLocale::German);
@@ -323,28 +294,13 @@ TEST(SLocaleThread, ThreadLcidIsPerThreadAndLeavesTheCLocale) {
     std::thread([&] { other = SLocale::GetCurrentThreadLocale(); }).join();
     EXPECT_EQ(other, initial);
     SLocale::SetCurrentThreadLocale(initial);
-    EXPECT_TRUE(before == LocaleSnapshot());
-}
 
-TEST(SDateTimeString, NamesOfTheThreadLocale) {
-    TarnkitTest::ScopedLocale c("C");
-    EXPECT_EQ(S(SDateTimeString::GetLongDay(0)), "Sunday");
-    EXPECT_EQ(S(SDateTimeString::GetShortDay(6)), "Sat");
-    EXPECT_EQ(S(SDateTimeString::GetLongMonth(12)), "December");
-    EXPECT_EQ(S(SDateTimeString::GetShortMonth(1)), "Jan");
-    EXPECT_EQ(S(SDateTimeString::GetShortAM(true)), "A");
-    EXPECT_EQ(S(SDateTimeString::GetLongAM(false)), "PM");
-    EXPECT_EQ(S(SDateTimeString::GetEra(SDate(1999, 1, 1))), "A.D.");
-    EXPECT_EQ(S(SDateTimeString::GetEra(SDate(-44, 3, 15))), "B.C.");
-    EXPECT_TRUE(SDateTimeString::GetEra(SDate()).isEmpty());
-    EXPECT_TRUE(SDateTimeString::GetLongDay(7).isEmpty());
-    EXPECT_TRUE(SDateTimeString::GetShortMonth(13).isEmpty());
-
-    const LocaleSnapshot before;
+    // So do the names of a thread whose own C locale is switched.
     std::string month, pattern, am;
     const bool german = OnThreadWithLocale("de_DE.UTF-8", [&] {
         month = S(SDateTimeString::GetLongMonth(3));
-        pattern = S(SDateTime(1999, 8, 1, 12, 0, 0, 0, STimeZone::TZ_UTC()).Format("dddd, d. MMMM", STimeZone::TZ_UTC()));
+        const SDateTime sunday(1999, 8, 1, 12, 0, 0, 0, STimeZone::TZ_UTC());
+        pattern = S(sunday.Format("dddd, d. MMMM", STimeZone::TZ_UTC()));
     });
     const bool japanese = OnThreadWithLocale("ja_JP.UTF-8", [&] { am = S(SDateTimeString::GetShortAM(true)); });
     if (german) {
