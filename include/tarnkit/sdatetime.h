@@ -7,6 +7,7 @@
 // and the OLE date double.
 #pragma once
 
+#include "tarnkit/civiltables.h"
 #include "tarnkit/sstringimpl.h"
 
 #include <ctime>
@@ -205,20 +206,11 @@ public:
 
     static SDateTime GetCurrentDateTime();
 
-    // Inline, so that the fields come back from the library in one register
-    // and a caller's own variables stay in registers.
-    void GetDateTime(short &year, unsigned char &month, unsigned char &day, unsigned char &dayOfWeek,
-                     unsigned char &hour, unsigned char &minute, unsigned char &second,
-                     const STimeZone &zone) const {
-        const CivilFields f = civilFields(zone);
-        year = f.year;
-        month = f.month;
-        day = f.day;
-        dayOfWeek = f.dayOfWeek;
-        hour = f.hour;
-        minute = f.minute;
-        second = f.second;
-    }
+    // Inline, with the zone (stimezone.h): the common case is read from the
+    // calendar tables in the caller's own code.
+    inline void GetDateTime(short &year, unsigned char &month, unsigned char &day, unsigned char &dayOfWeek,
+                            unsigned char &hour, unsigned char &minute, unsigned char &second,
+                            const STimeZone &zone) const;
     short GetYear(const STimeZone &zone) const;
     unsigned char GetMonth(const STimeZone &zone) const;
     unsigned char GetDay(const STimeZone &zone) const;
@@ -268,11 +260,8 @@ private:
     // with the zone internals of the library.
     inline SDateTime inZone(const STimeZone &zone) const noexcept;
 
-    struct CivilFields {
-        short year;
-        unsigned char month, day, dayOfWeek, hour, minute, second;
-    };
-    CivilFields civilFields(const STimeZone &zone) const;
+    // The zone's civil fields of the moments the inline reader leaves out.
+    CivilTables::Fields generalFields(const STimeZone &zone) const;
 
     SDate m_date;
     STime m_time;
@@ -312,3 +301,6 @@ SDateTime sicTimevalToSDateTime(const timeval &tv) noexcept;
 bool sicSDateTimeToTimeval(const SDateTime &when, timeval &tv) noexcept;
 
 TARNKIT_NAMESPACE_END
+
+// The zone completes the inline getters above.
+#include "tarnkit/stimezone.h"

@@ -11,6 +11,7 @@
 // A zone is immutable once built, and any number of threads may read it.
 #pragma once
 
+#include "tarnkit/civiltables.h"
 #include "tarnkit/sdatetime.h"
 
 #include <memory>
@@ -64,7 +65,6 @@ public:
 private:
     STimeZone() = default;
     friend struct ZoneBuilder;
-    friend struct ZoneView;
     friend class SDateTime;
 
     void prepare();
@@ -87,6 +87,23 @@ private:
     bool m_rulesUsable = true;
     // Transition moments of a span of years, shared by copies.
     std::shared_ptr<const Transitions> m_cache;
+    // For the inline reader: the spans inside m_cache, or the fixed offset.
+    CivilTables::ZoneReading m_reading{nullptr, 0};
 };
+
+inline void SDateTime::GetDateTime(short &year, unsigned char &month, unsigned char &day, unsigned char &dayOfWeek,
+                                   unsigned char &hour, unsigned char &minute, unsigned char &second,
+                                   const STimeZone &zone) const {
+    CivilTables::Fields f;
+    if (!CivilTables::Read(m_date.GetDayNumber(), m_time.GetRawValue(), zone.m_reading, f)) [[unlikely]]
+        f = generalFields(zone);
+    year = static_cast<short>(f.year);
+    month = static_cast<unsigned char>(f.month());
+    day = static_cast<unsigned char>(f.day());
+    dayOfWeek = static_cast<unsigned char>(f.weekday);
+    hour = static_cast<unsigned char>(f.hour());
+    minute = static_cast<unsigned char>(f.minute());
+    second = static_cast<unsigned char>(f.second);
+}
 
 TARNKIT_NAMESPACE_END

@@ -33,6 +33,7 @@
 #include "tarnkit/sset.h"
 
 // Time
+#include "tarnkit/civiltables.h"
 #include "tarnkit/sdatetime.h"
 #include "tarnkit/slocale.h"
 #include "tarnkit/stimezone.h"

@@ -10,7 +10,7 @@
 // Gregorian calendar, for which a shorter integer path is used.
 #pragma once
 
-#include "tarnkit/platform.h"
+#include "tarnkit/civiltables.h"
 
 namespace TarnkitA201::Calendar {
 
@@ -107,61 +107,23 @@ namespace TarnkitA201::Calendar {
 
 // Tables for the Gregorian years most dates fall in, so that the common case
 // of each conversion is a few lookups instead of a chain of divisions. They
-// give exactly what the formulas give.
+// give exactly what the formulas give. The day-by-day tables are the ones
+// the public inline reader uses (CivilTables); these are the year starts and
+// month lengths beside them.
 struct Tables {
-    static constexpr int kFirstYear = 1600; // the start of a 400-year cycle
-    static constexpr int kYears = 1000;     // to 2599
-    // Days fall into buckets of 2^kBucketShift, short enough that a bucket
-    // touches at most two years: the bucket names the earlier one, the day
-    // of that year it starts on, and the offset in the bucket where the
-    // next year begins (the bucket's size if it does not), so that finding
-    // the year and the day of the year is one load and one comparison.
-    static constexpr int kBucketShift = 8;
-    static constexpr int kBucketDays = 1 << kBucketShift;
-    static constexpr int kBuckets = (kYears * 366 >> kBucketShift) + 1;
-    struct Bucket {
-        uint16_t year;
-        uint16_t nextYearAt;
-        uint16_t firstDayOfYear;
-        uint8_t leap;
-        uint8_t nextLeap;
-    };
-    // The year, its leap flag and the day of the year of a day number.
-    struct YearDay {
-        int index;
-        int dayOfYear;
-        int leap;
-    };
-    int32_t yearStart[kYears + 1];          // day number of January 1
-    Bucket buckets[kBuckets];
-    uint16_t daysBefore[2][13];             // [leap][month - 1]; [12] is the year's length
-    uint16_t monthDayOf[2][366];            // [leap][day of the year]: the month plus 256 times the day
-    uint16_t hourMinuteOf[1440];            // [minute of the day]: the hour plus 256 times the minute
+    static constexpr int kFirstYear = CivilTables::kFirstYear; // the start of a 400-year cycle
+    static constexpr int kYears = 1000;                        // to 2599
+    int32_t yearStart[kYears + 1];                             // day number of January 1
+    uint16_t daysBefore[2][13];                                // [leap][month - 1]; [12] is the year's length
 
-    constexpr Tables() noexcept : yearStart{}, buckets{}, daysBefore{}, monthDayOf{}, hourMinuteOf{} {
+    constexpr Tables() noexcept : yearStart{}, daysBefore{} {
         for (int i = 0; i <= kYears; ++i)
             yearStart[i] = static_cast<int32_t>(YMDToDay(kFirstYear + i, 1, 1));
-        int year = 0;
-        for (int b = 0; b < kBuckets; ++b) {
-            const __int64 first = yearStart[0] + static_cast<__int64>(b) * kBucketDays;
-            while (year < kYears - 1 && yearStart[year + 1] <= first)
-                ++year;
-            const __int64 next = year + 1 < kYears ? yearStart[year + 1] - first : kBucketDays;
-            const auto leapOf = [&](int y) { return static_cast<uint8_t>(y < kYears && leapAt(y) ? 1 : 0); };
-            buckets[b] = Bucket{static_cast<uint16_t>(year), static_cast<uint16_t>(next < kBucketDays ? next : kBucketDays),
-                                static_cast<uint16_t>(first - yearStart[year]), leapOf(year), leapOf(year + 1)};
-        }
-        for (int minute = 0; minute < 1440; ++minute)
-            hourMinuteOf[minute] = static_cast<uint16_t>(minute % 60 << 8 | minute / 60);
         for (int leap = 0; leap < 2; ++leap) {
             int total = 0;
             for (int m = 1; m <= 12; ++m) {
                 daysBefore[leap][m - 1] = static_cast<uint16_t>(total);
-                const int length = m == 2 && leap ? 29 : NonLeapMonthLength(m);
-                for (int d = 1; d <= length; ++d) {
-                    monthDayOf[leap][total] = static_cast<uint16_t>(d << 8 | m);
-                    ++total;
-                }
+                total += m == 2 && leap ? 29 : NonLeapMonthLength(m);
             }
             daysBefore[leap][12] = static_cast<uint16_t>(total);
         }
@@ -170,51 +132,26 @@ struct Tables {
     constexpr bool coversDay(__int64 dayNumber) const noexcept {
         return dayNumber >= yearStart[0] && dayNumber < yearStart[kYears];
     }
-    // Whether the day and the days either side of it are covered.
-    constexpr bool coversDayAndNeighbours(__int64 dayNumber) const noexcept {
-        return dayNumber > yearStart[0] && dayNumber < yearStart[kYears] - 1;
-    }
     constexpr bool coversYear(int year) const noexcept { return year >= kFirstYear && year < kFirstYear + kYears; }
     constexpr bool leapAt(int index) const noexcept { return yearStart[index + 1] - yearStart[index] == 366; }
 
     // Index of the year holding dayNumber, which coversDay() must accept.
-    // Branch-free, as the year of a stream of moments is unpredictable.
-    constexpr int indexOf(__int64 dayNumber) const noexcept {
-        const int offset = static_cast<int>(dayNumber - yearStart[0]);
-        const Bucket b = buckets[offset >> kBucketShift];
-        return b.year + ((offset & (kBucketDays - 1)) >= b.nextYearAt ? 1 : 0);
-    }
-    // The same, with the day of the year and whether the year is leap.
-    constexpr YearDay yearDayOf(__int64 dayNumber) const noexcept {
-        const int offset = static_cast<int>(dayNumber - yearStart[0]);
-        const Bucket b = buckets[offset >> kBucketShift];
-        const int inBucket = offset & (kBucketDays - 1);
-        // Masks rather than branches: which year a day of a stream falls in
-        // is as good as random.
-        const int next = -static_cast<int>(inBucket >= b.nextYearAt);
-        return YearDay{b.year - next, b.firstDayOfYear + inBucket - (next & (b.firstDayOfYear + b.nextYearAt)),
-                       b.leap ^ ((b.leap ^ b.nextLeap) & next)};
+    static int indexOf(__int64 dayNumber) noexcept {
+        return CivilTables::PlaceOf(static_cast<uint32_t>(dayNumber - CivilTables::kOriginDay)).year - kFirstYear;
     }
 };
 
 inline constexpr Tables kTables{};
-
-// DayOfWeek of a day the tables cover (all positive), by one multiply that
-// divides any 32-bit value by 7 exactly, rather than the longer sequence the
-// compiler must emit for a signed value.
-constexpr unsigned WeekdayOfTableDay(int32_t dayNumber) noexcept {
-    const uint64_t shifted = static_cast<uint32_t>(dayNumber + 2);
-    const uint64_t weeks = shifted * 4908534053ull >> 35; // 4908534053 = (2^35 + 3) / 7
-    return static_cast<unsigned>(shifted - weeks * 7);
-}
+static_assert(kTables.yearStart[0] == CivilTables::kFirstDay &&
+              kTables.yearStart[Tables::kYears] - kTables.yearStart[0] == CivilTables::kDays);
 
 // DayToCivil, through the tables where they reach.
 inline Civil DayToCivilFast(__int64 dayNumber) noexcept {
     if (!kTables.coversDay(dayNumber))
         return DayToCivil(dayNumber);
-    const Tables::YearDay y = kTables.yearDayOf(dayNumber);
-    const unsigned monthDay = kTables.monthDayOf[y.leap][y.dayOfYear];
-    return Civil{Tables::kFirstYear + y.index, static_cast<int>(monthDay & 0xFF), static_cast<int>(monthDay >> 8)};
+    const CivilTables::DayPlace place = CivilTables::PlaceOf(static_cast<uint32_t>(dayNumber - CivilTables::kOriginDay));
+    const unsigned monthDay = CivilTables::kTables.monthDay[place.monthDayEntry];
+    return Civil{place.year, static_cast<int>(monthDay & 0xFF), static_cast<int>(monthDay >> 8)};
 }
 
 // The day number of a valid date, or -1 with valid false; day 100 is the

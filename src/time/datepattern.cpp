@@ -552,7 +552,7 @@ namespace {
 struct PatchValues {
     uint8_t of[Compiled::kValues];
 
-    explicit PatchValues(const ZoneCore::LocalCivil &civil) noexcept {
+    explicit PatchValues(const CivilTables::Fields &civil) noexcept {
         const unsigned year = static_cast<unsigned>(civil.year), hour = civil.hourMinute & 0xFFu;
         const unsigned hour12 = hour % 12u;
         of[Compiled::Day] = static_cast<uint8_t>(civil.monthDay >> 8);
@@ -570,7 +570,7 @@ struct PatchValues {
 
 } // namespace
 
-SAnsiString RenderFixedWidth(const Compiled &pattern, const ZoneCore::LocalCivil &civil) {
+SAnsiString RenderFixedWidth(const Compiled &pattern, const CivilTables::Fields &civil) {
     const size_t length = pattern.templateText.size() - Compiled::kLiteralPadding;
     if (length == 0)
         return SAnsiString();
@@ -600,8 +600,8 @@ SAnsiString SDateTime::Format(const char *pattern, const STimeZone &zone) const 
     if (pattern == nullptr)
         return SAnsiString();
     const DatePattern::Compiled *cached = DatePattern::Lookup(pattern);
-    ZoneCore::LocalCivil civil;
-    const bool usual = ZoneCore::FastLocalCivil(m_date.GetDayNumber(), m_time.GetRawValue(), ZoneView(zone), civil);
+    CivilTables::Fields civil;
+    const bool usual = CivilTables::Read(m_date.GetDayNumber(), m_time.GetRawValue(), zone.m_reading, civil);
     if (usual && cached != nullptr && cached->fixedWidth) [[likely]]
         return DatePattern::RenderFixedWidth(*cached, civil);
 
@@ -613,11 +613,11 @@ SAnsiString SDateTime::Format(const char *pattern, const STimeZone &zone) const 
         if (usual) {
             f.hasDate = f.hasTime = true;
             f.year = civil.year;
-            f.month = civil.month();
-            f.day = civil.day();
-            f.dayOfWeek = static_cast<int>(civil.dayOfWeek);
-            f.hour = civil.hour();
-            f.minute = civil.minute();
+            f.month = static_cast<int>(civil.month());
+            f.day = static_cast<int>(civil.day());
+            f.dayOfWeek = static_cast<int>(civil.weekday);
+            f.hour = static_cast<int>(civil.hour());
+            f.minute = static_cast<int>(civil.minute());
             f.second = static_cast<int>(civil.second);
             f.millisecond = static_cast<int>(civil.millisecond);
         } else {

@@ -8,10 +8,6 @@
 #include <string>
 #include <vector>
 
-namespace TarnkitA201::ZoneCore {
-struct LocalCivil;
-}
-
 namespace TarnkitA201::DatePattern {
 
 enum class Step : uint8_t {
@@ -99,6 +95,6 @@ private:
 SAnsiString Render(const Compiled &pattern, const Fields &fields);
 
 // A fixed-width pattern's text for fields of the calendar tables' years.
-SAnsiString RenderFixedWidth(const Compiled &pattern, const ZoneCore::LocalCivil &civil);
+SAnsiString RenderFixedWidth(const Compiled &pattern, const CivilTables::Fields &civil);
 
 } // namespace TarnkitA201::DatePattern

@@ -81,41 +81,23 @@ STimeSpan SDateTime::operator-(const SDateTime &datetime) const {
     return STimeSpan(days * Calendar::kMsPerDay + m_time.GetRawValue() - datetime.m_time.GetRawValue());
 }
 
-namespace {
-
-// Moments the fast path leaves out, through the general conversions. Out of
-// line, so that the common path keeps a small frame.
-template <class Fields>
-TARNKIT_TIME_COLD Fields GeneralCivilFields(const SDateTime &when, const STimeZone &zone) {
-    const SDate date = when.GetDate(zone);
-    const STime time = when.GetTime(zone);
+// Moments the inline reader leaves out, through the general conversions.
+CivilTables::Fields SDateTime::generalFields(const STimeZone &zone) const {
+    const SDate date = GetDate(zone);
+    const STime time = GetTime(zone);
     TARNKIT_ASSERT(date.IsValid() && time.IsValid());
     const int32_t dayNumber = date.GetDayNumber();
     const Calendar::Civil c = Calendar::DayToCivilFast(dayNumber);
     const int32_t ms = time.GetRawValue();
-    return Fields{static_cast<short>(c.year),
-                  static_cast<unsigned char>(c.month),
-                  static_cast<unsigned char>(c.day),
-                  static_cast<unsigned char>(Calendar::DayOfWeek(dayNumber)),
-                  static_cast<unsigned char>(ms / 3600000),
-                  static_cast<unsigned char>(ms % 3600000 / 60000),
-                  static_cast<unsigned char>(ms % 60000 / 1000)};
-}
-
-} // namespace
-
-SDateTime::CivilFields SDateTime::civilFields(const STimeZone &zone) const {
-    ZoneCore::LocalCivil civil;
-    const ZoneView view(zone);
-    if (!ZoneCore::FastLocalCivil(m_date.GetDayNumber(), m_time.GetRawValue(), view, civil)) [[unlikely]]
-        return GeneralCivilFields<CivilFields>(*this, zone);
-    // The pairs from the tables already sit in the order of the fields.
-    const uint64_t packed = static_cast<uint16_t>(civil.year) | static_cast<uint64_t>(civil.monthDay) << 16 |
-                            static_cast<uint64_t>(civil.dayOfWeek) << 32 |
-                            static_cast<uint64_t>(civil.hourMinute) << 40 | static_cast<uint64_t>(civil.second) << 56;
-    CivilFields f;
-    static_assert(sizeof f == sizeof packed && offsetof(CivilFields, month) == 2 && offsetof(CivilFields, hour) == 5);
-    std::memcpy(&f, &packed, sizeof f);
+    // Each field as the narrow getters give it, invalid moments included.
+    const auto byte = [](__int64 value) { return static_cast<unsigned>(static_cast<unsigned char>(value)); };
+    CivilTables::Fields f;
+    f.year = static_cast<short>(c.year);
+    f.monthDay = byte(c.month) | byte(c.day) << 8;
+    f.weekday = byte(Calendar::DayOfWeek(dayNumber));
+    f.hourMinute = byte(ms / 3600000) | byte(ms % 3600000 / 60000) << 8;
+    f.second = byte(ms % 60000 / 1000);
+    f.millisecond = static_cast<unsigned short>(ms % 1000);
     return f;
 }
 

@@ -148,6 +148,7 @@ STimeZone::~STimeZone() = default;
 
 void STimeZone::prepare() {
     m_cache.reset();
+    m_reading = CivilTables::ZoneReading{nullptr, m_standardOffset};
     m_rulesUsable = TransitionIsReal(m_start) && TransitionIsReal(m_end);
     if (!m_dstEnabled)
         return;
@@ -161,6 +162,10 @@ void STimeZone::prepare() {
         ZoneCore::YearTransitionKeys(Transitions::kFirstYear + i, m_start, m_end, m_standardOffset, m_daylightOffset,
                                      cache->start[i], cache->end[i]);
     fillSpans(*cache);
+    // A zone whose spans do not serve still has daylight time: the reader
+    // must then leave every moment to the general path.
+    m_reading = cache->spansUsable ? CivilTables::ZoneReading{cache->spans, 0}
+                                   : CivilTables::ZoneReading{nullptr, CivilTables::kMinutesPerDay};
     m_cache = std::move(cache);
 }
 
@@ -201,16 +206,16 @@ void STimeZone::fillSpans(Transitions &table) const {
     }
     table.spansUsable = m_standardOffset > -kMinutesPerDay && m_standardOffset < kMinutesPerDay &&
                         m_daylightOffset > -kMinutesPerDay && m_daylightOffset < kMinutesPerDay;
-    const __int64 origin = Calendar::MomentKey(Transitions::kFirstDay, 0);
+    const __int64 origin = Calendar::MomentKey(CivilTables::kOriginDay, 0);
     size_t next = 0;
     int16_t current = events.front().offset;
-    for (int j = 0; j < Transitions::kSpans; ++j) {
-        const int32_t firstDay = Transitions::kFirstDay + (j << Transitions::kSpanShift);
+    for (int j = 0; j < CivilTables::kSpans; ++j) {
+        const int32_t firstDay = CivilTables::kSpanFirstDay + (j << CivilTables::kSpanShift);
         const __int64 from = Calendar::MomentKey(firstDay, 0);
-        const __int64 to = Calendar::MomentKey(firstDay + (1 << Transitions::kSpanShift), 0);
+        const __int64 to = Calendar::MomentKey(firstDay + (1 << CivilTables::kSpanShift), 0);
         for (; next < events.size() && events[next].key <= from; ++next)
             current = events[next].offset;
-        Transitions::Span span{INT32_MAX, current, current};
+        CivilTables::Span span{INT32_MAX, current, current};
         int changes = 0;
         for (; next < events.size() && events[next].key < to; ++next) {
             if (events[next].offset == current)

@@ -14,8 +14,7 @@ namespace TarnkitA201 {
 // Transition moments, as UTC millisecond keys, for the years of the shared
 // year table. Built once per zone when daylight time can be in force.
 //
-// Beside them the same years are cut into spans of 64 UTC days, each with
-// the offset in force at its start and the minute it changes, if it does:
+// Beside them the inline reader's spans of 64 UTC days (CivilTables::Span):
 // finding a moment's offset is then one load and one comparison, without
 // first finding its year. Transitions fall on whole minutes, so comparing
 // minutes gives what comparing milliseconds would.
@@ -23,22 +22,16 @@ struct STimeZone::Transitions {
     static constexpr int kFirstYear = 1900;
     static constexpr int kYears = 300;
     static constexpr int kFirstIndex = kFirstYear - Calendar::Tables::kFirstYear; // in the calendar tables
-    static constexpr int kSpanShift = 6;
-    static constexpr int32_t kFirstDay = Calendar::kTables.yearStart[kFirstIndex]; // of the first span
-    static constexpr int kSpans = ((Calendar::kTables.yearStart[kFirstIndex + kYears] - kFirstDay) >> kSpanShift) + 1;
-
-    struct Span {
-        int32_t change; // minutes from the first span's start; past every moment if none
-        int16_t before; // the offset from the span's start
-        int16_t after;
-    };
+    static_assert(CivilTables::kSpanFirstDay == Calendar::kTables.yearStart[kFirstIndex] &&
+                  CivilTables::kSpans == ((Calendar::kTables.yearStart[kFirstIndex + kYears] -
+                                           CivilTables::kSpanFirstDay) >> CivilTables::kSpanShift) + 1);
 
     __int64 start[kYears];
     __int64 end[kYears];
     // Whether the spans serve: both offsets are under a day and no span
     // holds two changes. Otherwise every moment goes the general way.
     bool spansUsable;
-    Span spans[kSpans];
+    CivilTables::Span spans[CivilTables::kSpans];
 };
 
 namespace ZoneCore {
@@ -151,97 +144,3 @@ inline SDateTime SDateTime::inZone(const STimeZone &zone) const noexcept {
 // For the general paths beside the fast ones: kept out of line and out of
 // the way of the common path's code.
 #define TARNKIT_TIME_COLD __attribute__((noinline, cold))
-
-namespace TarnkitA201::ZoneCore {
-
-} // namespace TarnkitA201::ZoneCore
-
-namespace TarnkitA201 {
-
-// What the fast path needs of a zone.
-struct ZoneView {
-    explicit ZoneView(const STimeZone &zone) noexcept
-        : standardOffset(zone.m_standardOffset), table(zone.m_cache.get()) {}
-
-    int16_t standardOffset;
-    // Daylight time can be in force exactly when a zone has its table.
-    const STimeZone::Transitions *table;
-};
-
-} // namespace TarnkitA201
-
-namespace TarnkitA201::ZoneCore {
-
-// Civil fields of a moment in a zone, some in pairs as the calendar tables
-// hold them.
-struct LocalCivil {
-    int year;
-    unsigned monthDay;   // the month plus 256 times the day
-    unsigned dayOfWeek;
-    unsigned hourMinute; // the hour plus 256 times the minute
-    unsigned second;
-    unsigned millisecond;
-
-    int month() const noexcept { return static_cast<int>(monthDay & 0xFFu); }
-    int day() const noexcept { return static_cast<int>(monthDay >> 8); }
-    int hour() const noexcept { return static_cast<int>(hourMinute & 0xFFu); }
-    int minute() const noexcept { return static_cast<int>(hourMinute >> 8); }
-};
-
-// The zone's civil fields of a valid moment in the years both the calendar
-// and the zone's spans cover. False for any other moment, which the general
-// path then takes; it gives the same fields for these.
-//
-// Offsets are whole minutes, so they move only the minute of the day and,
-// near midnight, the day; the seconds are read straight from the moment.
-__attribute__((always_inline)) inline bool FastLocalCivil(int32_t dayNumber, int32_t milliseconds,
-                                                          const ZoneView &zone, LocalCivil &out) noexcept {
-    using Spans = STimeZone::Transitions;
-    constexpr int32_t kMinutesPerDay = 1440;
-    const auto &tables = Calendar::kTables;
-    if (static_cast<uint32_t>(milliseconds) >= Calendar::kMsPerDay) [[unlikely]]
-        return false;
-    const uint32_t utcMinute = static_cast<uint32_t>(milliseconds) / 60000u;
-    const uint32_t msOfMinute = static_cast<uint32_t>(milliseconds) - utcMinute * 60000u;
-
-    int32_t offset = zone.standardOffset;
-    if (zone.table != nullptr) {
-        if (!zone.table->spansUsable) [[unlikely]]
-            return false;
-        const uint32_t fromFirst = static_cast<uint32_t>(dayNumber) - static_cast<uint32_t>(Spans::kFirstDay);
-        const uint32_t span = fromFirst >> Spans::kSpanShift;
-        if (span >= static_cast<uint32_t>(Spans::kSpans)) [[unlikely]]
-            return false;
-        const Spans::Span s = zone.table->spans[span];
-        // Without a branch: which side of the change a moment falls on is
-        // as good as random over a stream of moments.
-        const int32_t minute = static_cast<int32_t>(fromFirst * kMinutesPerDay + utcMinute);
-        const int32_t afterChange = -static_cast<int32_t>(minute >= s.change);
-        offset = s.before ^ ((s.before ^ s.after) & afterChange);
-    } else if (offset <= -kMinutesPerDay || offset >= kMinutesPerDay || !tables.coversDayAndNeighbours(dayNumber))
-        [[unlikely]] {
-        return false;
-    }
-    const Calendar::Tables::YearDay utcYearDay = tables.yearDayOf(dayNumber);
-    // The day either side of a covered day is covered too, and the spans'
-    // years lie well inside the calendar's.
-    int32_t localMinute = static_cast<int32_t>(utcMinute) - offset;
-    const int carry = (localMinute >= kMinutesPerDay ? 1 : 0) - (localMinute < 0 ? 1 : 0);
-    localMinute -= carry * kMinutesPerDay;
-    const int32_t localDay = dayNumber + carry;
-    // The UTC day's place in its year does not wait for the offset; the
-    // carry then moves it, and only next to New Year into another year.
-    Calendar::Tables::YearDay y = utcYearDay;
-    y.dayOfYear += carry;
-    if (static_cast<unsigned>(y.dayOfYear) >= static_cast<unsigned>(365 + y.leap)) [[unlikely]]
-        y = tables.yearDayOf(localDay);
-    out.year = Calendar::Tables::kFirstYear + y.index;
-    out.monthDay = tables.monthDayOf[y.leap][y.dayOfYear];
-    out.dayOfWeek = Calendar::WeekdayOfTableDay(localDay);
-    out.hourMinute = tables.hourMinuteOf[localMinute];
-    out.second = msOfMinute / 1000u;
-    out.millisecond = msOfMinute - out.second * 1000u;
-    return true;
-}
-
-} // namespace TarnkitA201::ZoneCore

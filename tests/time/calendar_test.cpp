@@ -61,19 +61,22 @@ TEST(Calendar, GregorianDaysMatchChronoCivilDates) {
 }
 
 TEST(Calendar, LookupTablesAgreeWithTheFormulas) {
-    // Every day the tables cover, read the way the zoned fast path reads it.
-    const auto &tables = Calendar::kTables;
-    for (int32_t n = tables.yearStart[0]; n < tables.yearStart[Calendar::Tables::kYears]; ++n) {
+    // Every day the tables cover, read the way the inline reader reads it.
+    const auto &tables = CivilTables::kTables;
+    for (int32_t n = CivilTables::kFirstDay; n < CivilTables::kFirstDay + CivilTables::kDays; ++n) {
         const Calendar::Civil civil = Calendar::DayToCivil(n);
-        const Calendar::Tables::YearDay y = tables.yearDayOf(n);
-        const unsigned monthDay = tables.monthDayOf[y.leap][y.dayOfYear];
-        ASSERT_TRUE(Calendar::Tables::kFirstYear + y.index == civil.year &&
-                    static_cast<int>(monthDay & 0xFF) == civil.month && static_cast<int>(monthDay >> 8) == civil.day)
+        const CivilTables::DayPlace place = CivilTables::PlaceOf(static_cast<uint32_t>(n - CivilTables::kOriginDay));
+        const unsigned monthDay = tables.monthDay[place.monthDayEntry];
+        ASSERT_TRUE(place.year == civil.year && static_cast<int>(monthDay & 0xFF) == civil.month &&
+                    static_cast<int>(monthDay >> 8) == civil.day)
             << "day " << n;
-        ASSERT_EQ(static_cast<int>(Calendar::WeekdayOfTableDay(n)), Calendar::DayOfWeek(n)) << "weekday of " << n;
+        ASSERT_EQ(static_cast<int>(place.weekday), Calendar::DayOfWeek(n)) << "weekday of " << n;
     }
-    for (int minute = 0; minute < 1440; ++minute)
-        ASSERT_EQ(tables.hourMinuteOf[minute], (minute % 60) << 8 | minute / 60);
+    // Every local minute of the UTC day before, the day itself and the day after.
+    for (int i = 0; i < 3 * 1440; ++i) {
+        const int minute = i % 1440;
+        ASSERT_EQ(tables.localMinute[i], ((minute % 60) << 8 | minute / 60) + (i / 1440) * 16384) << "minute " << i;
+    }
 }
 
 TEST(Calendar, JulianPartMatchesJulianFormulaAndIsContiguous) {
