@@ -125,6 +125,18 @@ typename SString_t<T, F>::Buffer *SString_t<T, F>::allocBuffer(size_t n) {
     return b;
 }
 
+// Beside allocBuffer, so that the compiler builds it in: converters and
+// formatters make most of their results here.
+template <class T, int F>
+T *SString_t<T, F>::beginWrite(size_t n) {
+    if (n == SIZE_MAX)
+        throw SBadAllocation();
+    Buffer *fresh = allocBuffer(n + 1);
+    ReleaseBuffer(m_buffer);
+    m_buffer = fresh;
+    return fresh->text();
+}
+
 template <class T, int F>
 void SString_t<T, F>::FreeBuffer(Buffer *b) noexcept {
     BufferPool::Give(static_cast<void *>(b), b->storageTag);

@@ -61,19 +61,6 @@ SWCharString WideFromMbcs(const char *mbcs) {
 } // namespace
 
 // ---------------------------------------------------------------------------
-// Storage written by a converter
-
-template <class T, int F>
-T *SString_t<T, F>::beginWrite(size_t n) {
-    if (n == SIZE_MAX)
-        throw SBadAllocation();
-    Buffer *fresh = allocBuffer(n + 1);
-    ReleaseBuffer(m_buffer);
-    m_buffer = fresh;
-    return fresh->text();
-}
-
-// ---------------------------------------------------------------------------
 // Sizes
 
 template <class T, int F>
@@ -389,7 +376,6 @@ void SString_t<T, F>::concatFromAsciiUnits(const unsigned short *p, size_t n) {
 }
 
 #define TARNKIT_INSTANTIATE_CONVERSIONS(T, F)                                                                          \
-    template T *SString_t<T, F>::beginWrite(size_t);                                                                   \
     template size_t SString_t<T, F>::getNBytesForMBCS() const;                                                         \
     template size_t SString_t<T, F>::getNBytesForWChar() const;                                                        \
     template size_t SString_t<T, F>::getNBytesForZTA() const;                                                          \

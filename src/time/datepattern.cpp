@@ -7,6 +7,7 @@
 
 #include "time/datepattern.h"
 
+#include "foundation/keptext.h"
 #include "foundation/threadlocal.h"
 #include "tarnkit/stimezone.h"
 #include "time/calendar.h"
@@ -134,7 +135,9 @@ void Compiled::buildTemplate() {
     fixedWidth = false;
     templateText.clear();
     patches.clear();
+    rareValues = false;
     auto patch = [this](Value value, uint8_t digits) {
+        rareValues = rareValues || value == Hour12 || value == MsTens || value == MsLow;
         patches.push_back(Patch{static_cast<uint16_t>(templateText.size()), value});
         templateText.append(digits, '0');
     };
@@ -221,25 +224,28 @@ void Compile(const char *pattern, Compiled &out) {
 
 namespace {
 
-// The pattern the thread last found, when it is ASCII: most threads format
-// with one pattern at a time, and that one is then found by one comparison.
-struct LastPattern {
-    const char *text;
-    const Compiled *compiled;
-};
 
 // Compiled patterns of one thread, looked up by their text. An ASCII
 // pattern compiles the same way in every locale; any other is read by the
 // locale's multibyte encoding, which is then part of its key.
 class PatternCache {
 public:
-    // Null for a pattern too long to keep. Points last at what it found.
-    const Compiled *get(const char *pattern, LastPattern &last) {
+    // The pattern the thread last found, when it is ASCII, or null: most
+    // threads format with one pattern at a time, and that one is then found
+    // by one comparison.
+    const Compiled *last(const char *pattern) const noexcept {
+        return !m_last.empty() && m_last.matches(pattern) ? m_lastCompiled : nullptr;
+    }
+
+    // Null for a pattern too long to keep.
+    const Compiled *get(const char *pattern) {
+        if (const Compiled *compiled = last(pattern))
+            return compiled;
         for (size_t i = 0; i < kSlots; ++i) {
             if (m_slots[i].matches(pattern))
-                return found(m_slots[i], last);
+                return found(m_slots[i], pattern);
         }
-        last = LastPattern{nullptr, nullptr}; // its slot may be the one reused
+        m_last.clear(); // its slot may be the one reused
         const Kind kind = KindOf(pattern);
         if (kind == Kind::TooLong)
             return nullptr;
@@ -251,7 +257,7 @@ public:
         slot.codeset.assign(slot.multibyte ? CurrentCodeset() : "");
         Compile(pattern, slot.compiled);
         slot.used = true;
-        return found(slot, last);
+        return found(slot, pattern);
     }
 
 private:
@@ -289,13 +295,19 @@ private:
         return Kind::TooLong;
     }
 
-    static const Compiled *found(const Slot &slot, LastPattern &last) {
-        last = slot.multibyte ? LastPattern{nullptr, nullptr} : LastPattern{slot.text.c_str(), &slot.compiled};
+    const Compiled *found(const Slot &slot, const char *pattern) noexcept {
+        m_last.clear();
+        if (!slot.multibyte) {
+            m_last.keep(slot.text.c_str(), slot.text.size(), pattern);
+            m_lastCompiled = &slot.compiled;
+        }
         return &slot.compiled;
     }
 
     std::array<Slot, kSlots> m_slots;
     size_t m_next = 0;
+    KeptText m_last;
+    const Compiled *m_lastCompiled = nullptr;
 };
 
 // The thread's cache lives behind a plain pointer, so that a Format called
@@ -306,18 +318,16 @@ private:
 // copy rather than evict the pattern the outer one is walking.
 struct CacheSlot {
     PatternCache *cache;
-    LastPattern last;
     bool retired;
     bool busy;
 };
 // Every Format reads this slot.
-TARNKIT_HOT_TLS thread_local CacheSlot t_cacheSlot{nullptr, {nullptr, nullptr}, false, false};
+TARNKIT_HOT_TLS thread_local CacheSlot t_cacheSlot{nullptr, false, false};
 
 struct CacheOwner {
     ~CacheOwner() {
         delete t_cacheSlot.cache;
         t_cacheSlot.cache = nullptr;
-        t_cacheSlot.last = LastPattern{nullptr, nullptr};
         t_cacheSlot.retired = true;
     }
 };
@@ -333,14 +343,26 @@ PatternCache *ThreadCache() {
 
 } // namespace
 
+namespace {
+
+// Lookup, inline where Format asks: most calls name the thread's last pattern.
+__attribute__((always_inline)) inline const Compiled *LookupHere(const char *pattern) {
+    const CacheSlot &slot = t_cacheSlot;
+    if (slot.cache != nullptr && !slot.busy) [[likely]] {
+        if (const Compiled *compiled = slot.cache->last(pattern)) [[likely]]
+            return compiled;
+    }
+    return Lookup(pattern);
+}
+
+} // namespace
+
 const Compiled *Lookup(const char *pattern) {
     CacheSlot &slot = t_cacheSlot;
     if (slot.busy)
         return nullptr;
-    if (slot.last.text != nullptr && std::strcmp(slot.last.text, pattern) == 0)
-        return slot.last.compiled;
     PatternCache *cache = ThreadCache();
-    return cache != nullptr ? cache->get(pattern, slot.last) : nullptr;
+    return cache != nullptr ? cache->get(pattern) : nullptr;
 }
 
 CacheBusy::CacheBusy() noexcept : m_wasBusy(t_cacheSlot.busy) { t_cacheSlot.busy = true; }
@@ -547,44 +569,60 @@ SAnsiString Write(const Compiled &pattern, const Fields &f, NameList *names) {
 
 namespace {
 
-// Each value a template's patches show, 0 to 99, all worked out at once: a
-// patch then picks its value without a branch on which it is.
-struct PatchValues {
-    uint8_t of[Compiled::kValues];
+// The two digits of each value a template's patches show, worked out at
+// once, so that a patch picks its digits without a branch on which they
+// are. Each pair has a word of its own: the patches read them back at once,
+// and a read from the start of a stored word is the one the processor
+// forwards from the store without waiting.
+struct PatchPairs {
+    uint64_t of[Compiled::kValues];
 
-    explicit PatchValues(const CivilTables::Fields &civil) noexcept {
-        const unsigned year = static_cast<unsigned>(civil.year), hour = civil.hourMinute & 0xFFu;
-        const unsigned hour12 = hour % 12u;
-        of[Compiled::Day] = static_cast<uint8_t>(civil.monthDay >> 8);
-        of[Compiled::Month] = static_cast<uint8_t>(civil.monthDay);
-        of[Compiled::YearLow] = static_cast<uint8_t>(year % 100u);
-        of[Compiled::YearHigh] = static_cast<uint8_t>(year / 100u);
-        of[Compiled::Hour] = static_cast<uint8_t>(hour);
-        of[Compiled::Hour12] = static_cast<uint8_t>(hour12 == 0 ? 12u : hour12);
-        of[Compiled::Minute] = static_cast<uint8_t>(civil.hourMinute >> 8);
-        of[Compiled::Second] = static_cast<uint8_t>(civil.second);
-        of[Compiled::MsTens] = static_cast<uint8_t>(civil.millisecond / 10u);
-        of[Compiled::MsLow] = static_cast<uint8_t>(civil.millisecond % 100u);
+    static uint64_t Pair(unsigned value) noexcept {
+        uint16_t pair;
+        std::memcpy(&pair, kDigitPairs + 2 * value, 2);
+        return pair;
+    }
+
+    PatchPairs(const CivilTables::Fields &civil, bool rareValues) noexcept {
+        const unsigned year = static_cast<unsigned>(civil.year);
+        of[Compiled::Day] = Pair(civil.day());
+        of[Compiled::Month] = Pair(civil.month());
+        of[Compiled::YearLow] = Pair(year % 100u);
+        of[Compiled::YearHigh] = Pair(year / 100u);
+        of[Compiled::Hour] = Pair(civil.hour());
+        of[Compiled::Minute] = Pair(civil.minute());
+        of[Compiled::Second] = Pair(civil.second);
+        if (rareValues) {
+            const unsigned hour12 = civil.hour() % 12u;
+            of[Compiled::Hour12] = Pair(hour12 == 0 ? 12u : hour12);
+            of[Compiled::MsTens] = Pair(civil.millisecond / 10u);
+            of[Compiled::MsLow] = Pair(civil.millisecond % 100u);
+        }
     }
 };
 
-} // namespace
-
-SAnsiString RenderFixedWidth(const Compiled &pattern, const CivilTables::Fields &civil) {
+// A fixed-width pattern's text for fields of the calendar tables' years.
+// Inline in Format, so that the fields stay in registers.
+__attribute__((always_inline)) inline SAnsiString RenderFixedWidth(const Compiled &pattern,
+                                                                   const CivilTables::Fields &civil) {
     const size_t length = pattern.templateText.size() - Compiled::kLiteralPadding;
     if (length == 0)
         return SAnsiString();
+    // The digits first: they then wait in memory across the allocation,
+    // rather than the fields in registers the call may not keep.
+    const PatchPairs pairs(civil, pattern.rareValues);
     ResultText result;
     char *const out = result.open(length + kLiteralChunk);
     const char *const text = pattern.templateText.data();
     for (size_t i = 0; i < length; i += kLiteralChunk)
         std::memcpy(out + i, text + i, kLiteralChunk);
-    const PatchValues values(civil);
     for (const Compiled::Patch &patch : pattern.patches)
-        std::memcpy(out + patch.offset, kDigitPairs + 2 * values.of[patch.value], 2);
+        std::memcpy(out + patch.offset, &pairs.of[patch.value], 2); // the low bytes: little-endian
     result.close(length);
     return SAnsiString(static_cast<SAnsiString &&>(result));
 }
+
+} // namespace
 
 SAnsiString Render(const Compiled &pattern, const Fields &fields) {
     if (pattern.names == 0)
@@ -599,27 +637,30 @@ SAnsiString Render(const Compiled &pattern, const Fields &fields) {
 SAnsiString SDateTime::Format(const char *pattern, const STimeZone &zone) const {
     if (pattern == nullptr)
         return SAnsiString();
-    const DatePattern::Compiled *cached = DatePattern::Lookup(pattern);
+    const DatePattern::Compiled *cached = DatePattern::LookupHere(pattern);
     CivilTables::Fields civil;
-    const bool usual = CivilTables::Read(m_date.GetDayNumber(), m_time.GetRawValue(), zone.m_reading, civil);
-    if (usual && cached != nullptr && cached->fixedWidth) [[likely]]
+    if (cached != nullptr && cached->fixedWidth &&
+        CivilTables::Read(m_date.GetDayNumber(), m_time.GetRawValue(), zone.m_reading, civil)) [[likely]]
         return DatePattern::RenderFixedWidth(*cached, civil);
 
-    // Out of line, so that the common path keeps a small frame.
-    const auto general = [&]() TARNKIT_TIME_COLD {
+    // Every pattern and moment the fixed-width path leaves out. Out of line,
+    // so that the common path keeps a small frame; it reads the fields
+    // again rather than share them, which would keep them out of registers.
+    const auto general = [this, pattern, cached, &zone]() TARNKIT_TIME_COLD {
         DatePattern::Fields f;
         f.hasEra = m_date.IsValid(); // the era of the stored UTC day: the zone does not move eras
         f.eraDate = m_date;
-        if (usual) {
+        CivilTables::Fields zoned;
+        if (CivilTables::Read(m_date.GetDayNumber(), m_time.GetRawValue(), zone.m_reading, zoned)) {
             f.hasDate = f.hasTime = true;
-            f.year = civil.year;
-            f.month = static_cast<int>(civil.month());
-            f.day = static_cast<int>(civil.day());
-            f.dayOfWeek = static_cast<int>(civil.weekday);
-            f.hour = static_cast<int>(civil.hour());
-            f.minute = static_cast<int>(civil.minute());
-            f.second = static_cast<int>(civil.second);
-            f.millisecond = static_cast<int>(civil.millisecond);
+            f.year = zoned.year;
+            f.month = static_cast<int>(zoned.month());
+            f.day = static_cast<int>(zoned.day());
+            f.dayOfWeek = static_cast<int>(zoned.weekday);
+            f.hour = static_cast<int>(zoned.hour());
+            f.minute = static_cast<int>(zoned.minute());
+            f.second = static_cast<int>(zoned.second);
+            f.millisecond = static_cast<int>(zoned.millisecond);
         } else {
             const SDateTime local = inZone(zone);
             if (local.m_date.IsValid()) {

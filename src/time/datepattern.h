@@ -46,6 +46,7 @@ struct Compiled {
         Value value;
     };
     bool fixedWidth = false;
+    bool rareValues = false; // a patch shows Hour12, MsTens or MsLow
     std::string templateText;
     std::vector<Patch> patches;
 
@@ -93,8 +94,5 @@ private:
 };
 
 SAnsiString Render(const Compiled &pattern, const Fields &fields);
-
-// A fixed-width pattern's text for fields of the calendar tables' years.
-SAnsiString RenderFixedWidth(const Compiled &pattern, const CivilTables::Fields &civil);
 
 } // namespace TarnkitA201::DatePattern
