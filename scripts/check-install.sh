@@ -16,13 +16,19 @@ int main() {
     TarnkitA201::SAnsiString text("installed");
     TarnkitA201::SAnsiString copy(text);
     std::printf("%s\n", static_cast<const char *>(copy));
-    return copy == text ? 0 : 1;
+    // The zoned fields are read inline, from tables the library exports.
+    short year;
+    unsigned char month, day, weekday, hour, minute, second;
+    const TarnkitA201::SDateTime when(2026, 11, 22, 45296000L); // 12:34:56 UTC
+    when.GetDateTime(year, month, day, weekday, hour, minute, second, TarnkitA201::STimeZone::TZ_UTC());
+    const bool fields = year == 2026 && month == 11 && day == 22 && weekday == 0 && hour == 12 && minute == 34 &&
+                        second == 56;
+    return copy == text && fields ? 0 : 1;
 }
 CPP
 cat > "$scratch/consumer/CMakeLists.txt" <<'CMAKE'
 cmake_minimum_required(VERSION 3.25)
 project(consumer CXX)
-set(CMAKE_CXX_STANDARD 20)
 find_package(tarnkit REQUIRED)
 add_executable(consumer main.cpp)
 target_link_libraries(consumer PRIVATE tarnkit::tarnkit)
