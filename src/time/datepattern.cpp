@@ -14,8 +14,10 @@
 #include "time/datenames.h"
 #include "time/zonecore.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
+#include <iterator>
 #include <langinfo.h>
 
 namespace TarnkitA201 {
@@ -183,6 +185,14 @@ void Compiled::buildTemplate() {
         }
         if (templateText.size() > UINT16_MAX)
             return;
+    }
+    eachValueOnce = true;
+    std::fill(std::begin(placeOf), std::end(placeOf), static_cast<uint16_t>(templateText.size()));
+    bool shown[kValues] = {};
+    for (const Patch &p : patches) {
+        eachValueOnce = eachValueOnce && !shown[p.value];
+        shown[p.value] = true;
+        placeOf[p.value] = p.offset;
     }
     templateText.append(kLiteralPadding, '\0');
     fixedWidth = true;
@@ -608,16 +618,33 @@ __attribute__((always_inline)) inline SAnsiString RenderFixedWidth(const Compile
     const size_t length = pattern.templateText.size() - Compiled::kLiteralPadding;
     if (length == 0)
         return SAnsiString();
-    // The digits first: they then wait in memory across the allocation,
-    // rather than the fields in registers the call may not keep.
-    const PatchPairs pairs(civil, pattern.rareValues);
     ResultText result;
     char *const out = result.open(length + kLiteralChunk);
     const char *const text = pattern.templateText.data();
     for (size_t i = 0; i < length; i += kLiteralChunk)
         std::memcpy(out + i, text + i, kLiteralChunk);
-    for (const Compiled::Patch &patch : pattern.patches)
-        std::memcpy(out + patch.offset, &pairs.of[patch.value], 2); // the low bytes: little-endian
+    if (pattern.eachValueOnce) [[likely]] {
+        const uint16_t *place = pattern.placeOf;
+        const unsigned year = static_cast<unsigned>(civil.year), century = year / 100u;
+        PutPair(out + place[Compiled::Day], static_cast<int>(civil.day()));
+        PutPair(out + place[Compiled::Month], static_cast<int>(civil.month()));
+        PutPair(out + place[Compiled::YearHigh], static_cast<int>(century));
+        PutPair(out + place[Compiled::YearLow], static_cast<int>(year - century * 100u));
+        PutPair(out + place[Compiled::Hour], static_cast<int>(civil.hour()));
+        PutPair(out + place[Compiled::Minute], static_cast<int>(civil.minute()));
+        PutPair(out + place[Compiled::Second], static_cast<int>(civil.second));
+        if (pattern.rareValues) {
+            const unsigned hour12 = civil.hour() % 12u;
+            PutPair(out + place[Compiled::Hour12], static_cast<int>(hour12 == 0 ? 12u : hour12));
+            // The two pairs of the milliseconds overlap on the middle digit.
+            PutPair(out + place[Compiled::MsTens], static_cast<int>(civil.millisecond / 10u));
+            PutPair(out + place[Compiled::MsLow], static_cast<int>(civil.millisecond % 100u));
+        }
+    } else {
+        const PatchPairs pairs(civil, pattern.rareValues);
+        for (const Compiled::Patch &patch : pattern.patches)
+            std::memcpy(out + patch.offset, &pairs.of[patch.value], 2); // the low bytes: little-endian
+    }
     result.close(length);
     return SAnsiString(static_cast<SAnsiString &&>(result));
 }

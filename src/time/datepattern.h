@@ -49,6 +49,11 @@ struct Compiled {
     bool rareValues = false; // a patch shows Hour12, MsTens or MsLow
     std::string templateText;
     std::vector<Patch> patches;
+    // When no value shows twice, where each one goes: then each is written
+    // straight to its place. A value the pattern does not show goes to the
+    // room past the text, where the terminator then goes.
+    bool eachValueOnce = false;
+    uint16_t placeOf[kValues] = {};
 
     void clear();
     void addLiteral(const char *p, size_t n);

@@ -87,7 +87,9 @@ std::vector<std::string> Patterns() {
     const char *const tokens[] = {"yyyy", "yy", "y", "MM", "M", "MMM", "MMMM", "dd", "d", "ddd", "dddd",
                                   "HH", "H", "hh", "h", "mm", "m", "ss", "s", "SSS", "S", "t", "tt",
                                   "g", "-", ":", " ", ".", "'T'", "\"at\"", "''", "'dd'", "_x_"};
-    std::vector<std::string> out = {"yyyy-MM-dd HH:mm:ss", "yyyy-MM-dd@HH:mm:ss.SSS", "yyyyMMdd_HHmmss", "hh:mm tt"};
+    // The fixed ones include values shown twice, which are patched in order.
+    std::vector<std::string> out = {"yyyy-MM-dd HH:mm:ss", "yyyy-MM-dd@HH:mm:ss.SSS", "yyyyMMdd_HHmmss", "hh:mm tt",
+                                    "dd/MM dd HH:mm:ss.SSS yy yyyy", "hh HH:mm:ss.SSS ss"};
     std::mt19937 random(3);
     for (int i = 0; i < 60; ++i) {
         std::string pattern;
