@@ -280,12 +280,8 @@ protected:
     }
     static void ReleaseBuffer(Buffer *b) noexcept {
         // The address test lets the compiler see that the empty buffer is
-        // never freed; the capacity mark is what the library relies on. A
-        // sole owner frees without the locked decrement, by the same
-        // reasoning as the ownership test before a write.
-        if (b == nullptr || b == &EmptyBuffer.header || b->isStatic())
-            return;
-        if (b->refCount.exchangeAdd(-1) == 1)
+        // never freed; the capacity mark is what the library relies on.
+        if (b != nullptr && b != &EmptyBuffer.header && !b->isStatic() && b->refCount.exchangeAdd(-1) == 1)
             FreeBuffer(b);
     }
     static void FreeBuffer(Buffer *b) noexcept;

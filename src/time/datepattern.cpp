@@ -14,10 +14,8 @@
 #include "time/datenames.h"
 #include "time/zonecore.h"
 
-#include <algorithm>
 #include <array>
 #include <cstring>
-#include <iterator>
 #include <langinfo.h>
 
 namespace TarnkitA201 {
@@ -136,11 +134,13 @@ void Compiled::addLiteral(const char *p, size_t n) {
 void Compiled::buildTemplate() {
     fixedWidth = false;
     templateText.clear();
-    patches.clear();
     rareValues = false;
-    auto patch = [this](Value value, uint8_t digits) {
+    bool shown[kValues] = {}, twice = false;
+    auto patch = [&](Value value, uint8_t digits) {
         rareValues = rareValues || value == Hour12 || value == MsTens || value == MsLow;
-        patches.push_back(Patch{static_cast<uint16_t>(templateText.size()), value});
+        twice = twice || shown[value];
+        shown[value] = true;
+        placeOf[value] = static_cast<uint16_t>(templateText.size());
         templateText.append(digits, '0');
     };
     for (const Op &op : steps) {
@@ -186,14 +186,11 @@ void Compiled::buildTemplate() {
         if (templateText.size() > UINT16_MAX)
             return;
     }
-    eachValueOnce = true;
-    std::fill(std::begin(placeOf), std::end(placeOf), static_cast<uint16_t>(templateText.size()));
-    bool shown[kValues] = {};
-    for (const Patch &p : patches) {
-        eachValueOnce = eachValueOnce && !shown[p.value];
-        shown[p.value] = true;
-        placeOf[p.value] = p.offset;
-    }
+    if (twice)
+        return; // the general writer shows it again
+    for (Value value = Day; value < kValues; value = static_cast<Value>(value + 1))
+        if (!shown[value])
+            placeOf[value] = static_cast<uint16_t>(templateText.size());
     templateText.append(kLiteralPadding, '\0');
     fixedWidth = true;
 }
@@ -234,7 +231,6 @@ void Compile(const char *pattern, Compiled &out) {
 
 namespace {
 
-
 // Compiled patterns of one thread, looked up by their text. An ASCII
 // pattern compiles the same way in every locale; any other is read by the
 // locale's multibyte encoding, which is then part of its key.
@@ -247,10 +243,8 @@ public:
         return !m_last.empty() && m_last.matches(pattern) ? m_lastCompiled : nullptr;
     }
 
-    // Null for a pattern too long to keep.
+    // Null for a pattern too long to keep. Format asks last() before this.
     const Compiled *get(const char *pattern) {
-        if (const Compiled *compiled = last(pattern))
-            return compiled;
         for (size_t i = 0; i < kSlots; ++i) {
             if (m_slots[i].matches(pattern))
                 return found(m_slots[i], pattern);
@@ -351,10 +345,6 @@ PatternCache *ThreadCache() {
     return t_cacheSlot.cache;
 }
 
-} // namespace
-
-namespace {
-
 // Lookup, inline where Format asks: most calls name the thread's last pattern.
 __attribute__((always_inline)) inline const Compiled *LookupHere(const char *pattern) {
     const CacheSlot &slot = t_cacheSlot;
@@ -368,8 +358,7 @@ __attribute__((always_inline)) inline const Compiled *LookupHere(const char *pat
 } // namespace
 
 const Compiled *Lookup(const char *pattern) {
-    CacheSlot &slot = t_cacheSlot;
-    if (slot.busy)
+    if (t_cacheSlot.busy)
         return nullptr;
     PatternCache *cache = ThreadCache();
     return cache != nullptr ? cache->get(pattern) : nullptr;
@@ -579,38 +568,6 @@ SAnsiString Write(const Compiled &pattern, const Fields &f, NameList *names) {
 
 namespace {
 
-// The two digits of each value a template's patches show, worked out at
-// once, so that a patch picks its digits without a branch on which they
-// are. Each pair has a word of its own: the patches read them back at once,
-// and a read from the start of a stored word is the one the processor
-// forwards from the store without waiting.
-struct PatchPairs {
-    uint64_t of[Compiled::kValues];
-
-    static uint64_t Pair(unsigned value) noexcept {
-        uint16_t pair;
-        std::memcpy(&pair, kDigitPairs + 2 * value, 2);
-        return pair;
-    }
-
-    PatchPairs(const CivilTables::Fields &civil, bool rareValues) noexcept {
-        const unsigned year = static_cast<unsigned>(civil.year);
-        of[Compiled::Day] = Pair(civil.day());
-        of[Compiled::Month] = Pair(civil.month());
-        of[Compiled::YearLow] = Pair(year % 100u);
-        of[Compiled::YearHigh] = Pair(year / 100u);
-        of[Compiled::Hour] = Pair(civil.hour());
-        of[Compiled::Minute] = Pair(civil.minute());
-        of[Compiled::Second] = Pair(civil.second);
-        if (rareValues) {
-            const unsigned hour12 = civil.hour() % 12u;
-            of[Compiled::Hour12] = Pair(hour12 == 0 ? 12u : hour12);
-            of[Compiled::MsTens] = Pair(civil.millisecond / 10u);
-            of[Compiled::MsLow] = Pair(civil.millisecond % 100u);
-        }
-    }
-};
-
 // A fixed-width pattern's text for fields of the calendar tables' years.
 // Inline in Format, so that the fields stay in registers.
 __attribute__((always_inline)) inline SAnsiString RenderFixedWidth(const Compiled &pattern,
@@ -623,27 +580,21 @@ __attribute__((always_inline)) inline SAnsiString RenderFixedWidth(const Compile
     const char *const text = pattern.templateText.data();
     for (size_t i = 0; i < length; i += kLiteralChunk)
         std::memcpy(out + i, text + i, kLiteralChunk);
-    if (pattern.eachValueOnce) [[likely]] {
-        const uint16_t *place = pattern.placeOf;
-        const unsigned year = static_cast<unsigned>(civil.year), century = year / 100u;
-        PutPair(out + place[Compiled::Day], static_cast<int>(civil.day()));
-        PutPair(out + place[Compiled::Month], static_cast<int>(civil.month()));
-        PutPair(out + place[Compiled::YearHigh], static_cast<int>(century));
-        PutPair(out + place[Compiled::YearLow], static_cast<int>(year - century * 100u));
-        PutPair(out + place[Compiled::Hour], static_cast<int>(civil.hour()));
-        PutPair(out + place[Compiled::Minute], static_cast<int>(civil.minute()));
-        PutPair(out + place[Compiled::Second], static_cast<int>(civil.second));
-        if (pattern.rareValues) {
-            const unsigned hour12 = civil.hour() % 12u;
-            PutPair(out + place[Compiled::Hour12], static_cast<int>(hour12 == 0 ? 12u : hour12));
-            // The two pairs of the milliseconds overlap on the middle digit.
-            PutPair(out + place[Compiled::MsTens], static_cast<int>(civil.millisecond / 10u));
-            PutPair(out + place[Compiled::MsLow], static_cast<int>(civil.millisecond % 100u));
-        }
-    } else {
-        const PatchPairs pairs(civil, pattern.rareValues);
-        for (const Compiled::Patch &patch : pattern.patches)
-            std::memcpy(out + patch.offset, &pairs.of[patch.value], 2); // the low bytes: little-endian
+    const uint16_t *place = pattern.placeOf;
+    const unsigned year = static_cast<unsigned>(civil.year), century = year / 100u;
+    PutPair(out + place[Compiled::Day], static_cast<int>(civil.day()));
+    PutPair(out + place[Compiled::Month], static_cast<int>(civil.month()));
+    PutPair(out + place[Compiled::YearHigh], static_cast<int>(century));
+    PutPair(out + place[Compiled::YearLow], static_cast<int>(year - century * 100u));
+    PutPair(out + place[Compiled::Hour], static_cast<int>(civil.hour()));
+    PutPair(out + place[Compiled::Minute], static_cast<int>(civil.minute()));
+    PutPair(out + place[Compiled::Second], static_cast<int>(civil.second));
+    if (pattern.rareValues) {
+        const unsigned hour12 = civil.hour() % 12u;
+        PutPair(out + place[Compiled::Hour12], static_cast<int>(hour12 == 0 ? 12u : hour12));
+        // The two pairs of the milliseconds overlap on the middle digit.
+        PutPair(out + place[Compiled::MsTens], static_cast<int>(civil.millisecond / 10u));
+        PutPair(out + place[Compiled::MsLow], static_cast<int>(civil.millisecond % 100u));
     }
     result.close(length);
     return SAnsiString(static_cast<SAnsiString &&>(result));

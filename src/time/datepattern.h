@@ -37,22 +37,15 @@ struct Compiled {
     size_t fixedBound = 0; // literal bytes plus the widest text of each number
     size_t names = 0;      // steps that print a name
 
-    // A pattern of literals and zero-padded fields prints text of one length
-    // for every moment of the years the calendar tables hold: the text is
-    // then a template, padded like the literals, with the digits patched in.
+    // A pattern of literals and zero-padded fields, each shown once, prints
+    // text of one length for every moment of the years the calendar tables
+    // hold: the text is then a template, padded like the literals, with each
+    // value's two digits written at its place. A value the pattern does not
+    // show is written into the padding, where the terminator then goes.
     enum Value : uint8_t { Day, Month, YearLow, YearHigh, Hour, Hour12, Minute, Second, MsTens, MsLow, kValues };
-    struct Patch {
-        uint16_t offset; // of two digits
-        Value value;
-    };
     bool fixedWidth = false;
-    bool rareValues = false; // a patch shows Hour12, MsTens or MsLow
+    bool rareValues = false; // it shows Hour12, MsTens or MsLow
     std::string templateText;
-    std::vector<Patch> patches;
-    // When no value shows twice, where each one goes: then each is written
-    // straight to its place. A value the pattern does not show goes to the
-    // room past the text, where the terminator then goes.
-    bool eachValueOnce = false;
     uint16_t placeOf[kValues] = {};
 
     void clear();

@@ -6,9 +6,6 @@
 #include "time/calendar.h"
 #include "time/zonecore.h"
 
-#include <cstddef>
-#include <cstring>
-
 namespace TarnkitA201 {
 
 SDateTime::SDateTime(short year, unsigned char month, unsigned char day, unsigned char hour, unsigned char minute,
@@ -83,12 +80,11 @@ STimeSpan SDateTime::operator-(const SDateTime &datetime) const {
 
 // Moments the inline reader leaves out, through the general conversions.
 CivilTables::Fields SDateTime::generalFields(const STimeZone &zone) const {
-    const SDate date = GetDate(zone);
-    const STime time = GetTime(zone);
-    TARNKIT_ASSERT(date.IsValid() && time.IsValid());
-    const int32_t dayNumber = date.GetDayNumber();
+    const SDateTime local = inZone(zone);
+    TARNKIT_ASSERT(local.IsValid());
+    const int32_t dayNumber = local.m_date.GetDayNumber();
     const Calendar::Civil c = Calendar::DayToCivilFast(dayNumber);
-    const int32_t ms = time.GetRawValue();
+    const int32_t ms = local.m_time.GetRawValue();
     // Each field as the narrow getters give it, invalid moments included.
     const auto byte = [](__int64 value) { return static_cast<unsigned>(static_cast<unsigned char>(value)); };
     CivilTables::Fields f;

@@ -5,9 +5,9 @@
 #include "time/zonebuilder.h"
 #include "time/zonecore.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstdio>
-#include <algorithm>
 #include <new>
 #include <vector>
 
@@ -175,7 +175,7 @@ void STimeZone::prepare() {
 // moment, with the offset from it on, is an event, and a sweep over the
 // events in time order fills the spans.
 void STimeZone::fillSpans(Transitions &table) const {
-    constexpr int32_t kMinutesPerDay = 1440;
+    using CivilTables::kMinutesPerDay;
     struct Event {
         __int64 key;
         int16_t offset;
