@@ -48,30 +48,25 @@ Names Values(R &&r) {
 class RegistryTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        char pattern[] = "/tmp/registry_test_XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        m_dir = pattern;
+        ASSERT_NE(mkdtemp(m_dir.data()), nullptr);
         setenv("TARNKIT_REGISTRY_DIR", (m_dir + "/machine").c_str(), 1);
         setenv("XDG_CONFIG_HOME", (m_dir + "/user").c_str(), 1);
     }
     void TearDown() override { std::filesystem::remove_all(m_dir); }
 
-    std::string machineFile() const { return m_dir + "/machine/registry.db"; }
-
     // Writes a value of any type through the store, as another program might.
     static void Put(const char *key, const char *name, unsigned long type, const std::string &data) {
         IRegistryStore &store = GetRegistryStore();
-        HKEY handle = nullptr;
-        ASSERT_EQ(store.CreateKey(kMachine, key, RegistryAccess::Write, &handle, nullptr), 0);
-        EXPECT_EQ(store.SetValue(handle, name, type, reinterpret_cast<const unsigned char *>(data.data()), data.size()),
-                  0);
-        store.CloseKey(handle);
+        HKEY h = nullptr;
+        ASSERT_EQ(store.CreateKey(kMachine, key, RegistryAccess::Write, &h, nullptr), 0);
+        EXPECT_EQ(store.SetValue(h, name, type, reinterpret_cast<const unsigned char *>(data.data()), data.size()), 0);
+        store.CloseKey(h);
     }
 
     // What the file holds for a value, read with SQLite itself.
     Row Stored(const char *fold) const {
         sqlite3 *db = nullptr;
-        sqlite3_open_v2(machineFile().c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
+        sqlite3_open_v2((m_dir + "/machine/registry.db").c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
         sqlite3_stmt *s = nullptr;
         sqlite3_prepare_v2(db, "SELECT type, data FROM vals WHERE fold=?1", -1, &s, nullptr);
         sqlite3_bind_text(s, 1, fold, -1, SQLITE_STATIC);
@@ -84,11 +79,11 @@ protected:
         return result;
     }
 
-    std::string m_dir;
+    std::string m_dir = "/tmp/registry_test_XXXXXX";
     TarnkitTest::CapturingSink m_sink;
 };
 
-TEST_F(RegistryTest, ValuesKeepTypesAndNamesFoldOnlyAscii) {
+TEST_F(RegistryTest, ValuesKeepTypesAndNamesAreUtf8FoldingOnlyAscii) {
     Registry r("App", "Software\\", kMachine);
     EXPECT_STREQ(r.GetKeyName().getString(), "Software\\App");
     EXPECT_TRUE(r.WriteValue("Text", SAnsiString("hello")));
@@ -117,6 +112,16 @@ TEST_F(RegistryTest, ValuesKeepTypesAndNamesFoldOnlyAscii) {
     EXPECT_TRUE(Key("Software\\\xC3\xA4rger").WriteValue("v", SAnsiString("lower")));
     EXPECT_STREQ(Key("software\\\xC3\x84RGER").ReadValue("v").getString(), "upper");
     EXPECT_STREQ(Key("software\\\xC3\xA4RGER").ReadValue("v").getString(), "lower");
+    {
+        // Text in the locale's encoding is stored as UTF-8 ("Grüße" in ISO-8859-1).
+        TarnkitTest::ScopedLocale latin("de_DE");
+        if (!latin.ok())
+            GTEST_SKIP() << "de_DE is not installed";
+        ASSERT_TRUE(Key("Software\\Text").WriteValue("Gr\xFC\xDF" "e", SAnsiString("\xFC")));
+        EXPECT_STREQ(Key("Software\\Text").ReadValue("GR\xFC\xDF" "E").getString(), "\xFC");
+        EXPECT_EQ(Stored("gr\xC3\xBC\xC3\x9F" "e"), Row(1, std::string("\xC3\xBC", 3)));
+    }
+    EXPECT_STREQ(Key("Software\\Text").ReadValue("Gr\xC3\xBC\xC3\x9F" "e").getString(), "\xC3\xBC");
 }
 
 TEST_F(RegistryTest, ReadsOfAnAbsentStoreCreateNothingAndRemoteNamesStayLocal) {
@@ -139,7 +144,7 @@ TEST_F(RegistryTest, ReadsOfAnAbsentStoreCreateNothingAndRemoteNamesStayLocal) {
     EXPECT_TRUE(Key("Software\\Mine").ReadValue("v").isEmpty());
     EXPECT_FALSE(Key("Software\\Mine", HKEY_USERS).WriteValue("v", SAnsiString("u")));
     EXPECT_FALSE(Key("Software\\Mine", HKEY_CLASSES_ROOT).KeyExists());
-    EXPECT_EQ(RegistryStoreFile(kMachine), machineFile());
+    EXPECT_EQ(RegistryStoreFile(kMachine), m_dir + "/machine/registry.db");
 
     // A remote machine's name is kept, but the object reads the local store.
     Registry remote = Key("Software\\Remote");
@@ -272,15 +277,13 @@ TEST_F(RegistryTest, ExpandedStringsAndCopies) {
 
     // A copy carries the expanded text as a plain string.
     EXPECT_TRUE(Registry::CopyKey(kMachine, "Software\\Copied", kMachine, "Software\\Expand"));
-    Registry copied = Key("Software\\Copied");
-    EXPECT_EQ(TypeOf(copied, "path"), Typed(true, 1));
+    EXPECT_EQ(TypeOf(Key("Software\\Copied"), "path"), Typed(true, 1));
     setenv("REGISTRY_TEST_ROOT", "/elsewhere", 1);
-    EXPECT_STREQ(copied.ReadValue("path").getString(), "/opt/app\\bin;%REGISTRY_TEST_UNSET%;100%");
+    EXPECT_STREQ(Key("Software\\Copied").ReadValue("path").getString(), "/opt/app\\bin;%REGISTRY_TEST_UNSET%;100%");
 
     // Copies keep numbers and flatten the rest.
-    Registry source = Key("Software\\Source");
-    ASSERT_TRUE(source.WriteValue("n", 12ul));
-    ASSERT_TRUE(source.WriteValue("s", SAnsiString("text")));
+    ASSERT_TRUE(Key("Software\\Source").WriteValue("n", 12ul));
+    ASSERT_TRUE(Key("Software\\Source").WriteValue("s", SAnsiString("text")));
     Put("Software\\Source", "bin", 3, "\x7f");
     ASSERT_TRUE(Key("Software\\Source\\Child\\Grand").WriteValue("deep", SAnsiString("yes")));
 
@@ -300,51 +303,36 @@ TEST_F(RegistryTest, ExpandedStringsAndCopies) {
     EXPECT_EQ(TypeOf(Key("Software\\One"), "renamed"), Typed(true, 4));
 }
 
-TEST_F(RegistryTest, LocaleTextIsStoredAsUtf8) {
-    TarnkitTest::ScopedLocale latin("de_DE");
-    if (!latin.ok())
-        GTEST_SKIP() << "de_DE is not installed";
-    // "Grüße" in ISO-8859-1.
-    ASSERT_TRUE(Key("Software\\Text").WriteValue("Gr\xFC\xDF" "e", SAnsiString("\xFC")));
-    EXPECT_STREQ(Key("Software\\Text").ReadValue("GR\xFC\xDF" "E").getString(), "\xFC");
-    EXPECT_EQ(Stored("gr\xC3\xBC\xC3\x9F" "e"), Row(1, std::string("\xC3\xBC", 3)));
-    TarnkitTest::ScopedLocale utf8("en_US.UTF-8");
-    ASSERT_TRUE(utf8.ok());
-    EXPECT_STREQ(Key("Software\\Text").ReadValue("Gr\xC3\xBC\xC3\x9F" "e").getString(), "\xC3\xBC");
-}
-
-// Passes everything to the real store, but refuses what a test names.
-class RefusingStore : public TarnkitTest::ForwardingStore {
-public:
-    long openResult = 0, setResult = 0, createResult = 0;
+// Passes everything to the real store, but denies access to the one kind of
+// operation a test names.
+struct RefusingStore : TarnkitTest::ForwardingStore {
+    enum { None, Open, Create, Set } refuses = None;
     long OpenKey(HKEY r, const char *p, unsigned long a, HKEY *h) override {
-        return openResult != 0 ? openResult : real.OpenKey(r, p, a, h);
+        return refuses == Open ? 5 : real.OpenKey(r, p, a, h);
     }
     long CreateKey(HKEY r, const char *p, unsigned long a, HKEY *h, unsigned long *d) override {
-        return createResult != 0 ? createResult : real.CreateKey(r, p, a, h, d);
+        return refuses == Create ? 5 : real.CreateKey(r, p, a, h, d);
     }
     long SetValue(HKEY k, const char *n, unsigned long t, const unsigned char *d, unsigned long s) override {
-        return setResult != 0 ? setResult : real.SetValue(k, n, t, d, s);
+        return refuses == Set ? 5 : real.SetValue(k, n, t, d, s);
     }
 };
 
 TEST_F(RegistryTest, DeniedAccessAndBadPathsAreReported) {
     RefusingStore refusing;
     SetRegistryStore(&refusing);
-    refusing.openResult = 5;
+    refusing.refuses = refusing.Open;
     Registry r = Key("Software\\Denied");
     EXPECT_FALSE(r.KeyExists());
     EXPECT_TRUE(m_sink.saw("KeyExists failed. Access Denied"));
     EXPECT_FALSE(r.EnumValues());
     EXPECT_TRUE(m_sink.saw("RegOpenKeyEx(Software\\Denied) failed. Error code: 5"));
-    refusing.openResult = 0;
 
     // A default the store refuses is not handed back.
-    refusing.setResult = 5;
+    refusing.refuses = refusing.Set;
     EXPECT_TRUE(r.ReadValue("v", SAnsiString("default")).isEmpty());
     EXPECT_TRUE(m_sink.saw("RegSetValueEx(Software\\Denied) failed. Error code: 5"));
-    refusing.setResult = 0;
-    refusing.createResult = 5;
+    refusing.refuses = refusing.Create;
     m_sink.clear();
     EXPECT_FALSE(r.WriteValue("t", SAnsiString("x")));
     EXPECT_FALSE(m_sink.saw("RegCreateKeyEx"));

@@ -22,23 +22,20 @@ const HKEY kMachine = HKEY_LOCAL_MACHINE, kUser = HKEY_CURRENT_USER;
 const std::string kHeader = "Tarnkit Registry Export 1\n";
 
 std::string Str(const SAnsiString &s) { return std::string(s.getString(), s.getLength()); }
+// An empty buffer hands out a null pointer and no bytes: an empty string.
 std::string Str(const SSimpleBuffer &b) {
-    const unsigned char *p = b;
-    return p == nullptr ? std::string() : std::string(reinterpret_cast<const char *>(p), b.getNBytes());
+    return std::string(reinterpret_cast<const char *>(static_cast<const unsigned char *>(b)), b.getNBytes());
 }
 SSimpleBuffer Buf(const std::string &bytes) {
     SSimpleBuffer b;
-    if (!bytes.empty())
-        b.append(reinterpret_cast<const unsigned char *>(bytes.data()), bytes.size());
+    b.append(reinterpret_cast<const unsigned char *>(bytes.data()), bytes.size());
     return b;
 }
 
 class RegistryExportTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        char pattern[] = "/tmp/registryexport_test_XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        m_dir = pattern;
+        ASSERT_NE(mkdtemp(m_dir.data()), nullptr);
         setenv("TARNKIT_REGISTRY_DIR", (m_dir + "/machine").c_str(), 1);
         setenv("XDG_CONFIG_HOME", (m_dir + "/user").c_str(), 1);
     }
@@ -58,7 +55,7 @@ protected:
         return ImportText(SAnsiString(text.data(), text.size()), error);
     }
 
-    std::string m_dir;
+    std::string m_dir = "/tmp/registryexport_test_XXXXXX";
     RegistryTransferError error;
     TarnkitTest::CapturingSink m_sink;
 };
@@ -125,9 +122,8 @@ TEST_F(RegistryExportTest, EveryValueAndNameSurvivesARoundTrip) {
     Put({"User", "u", 3, std::string("\x00", 1)}, kUser);
 
     const std::string machine = Export(), user = Export(kUser);
-    ASSERT_EQ(DeleteKeyTree(kMachine, "Odd", true, error), Result::Ok) << Str(error.message);
-    ASSERT_EQ(DeleteKeyTree(kMachine, "Empty", true, error), Result::Ok);
-    ASSERT_EQ(DeleteKeyTree(kUser, "User", true, error), Result::Ok);
+    for (const auto &[root, key] : {std::pair{kMachine, "Odd"}, {kMachine, "Empty"}, {kUser, "User"}})
+        ASSERT_EQ(DeleteKeyTree(root, key, true, error), Result::Ok) << key << ": " << Str(error.message);
     ASSERT_EQ(Export(), kHeader + "\n[HKEY_LOCAL_MACHINE]\n");
 
     // One file may carry both roots.

@@ -13,169 +13,169 @@
 
 using namespace TarnkitA201;
 using Names = std::vector<std::string>;
+using Types = std::vector<unsigned long>;
 
 namespace {
 
 const std::string kCompany = "Software\\Ostrand Group\\10.5";
 
+std::string Text(const SAnsiString &s) { return std::string(s.getString(), s.getLength()); }
+
+std::string Name(const Registry &r) { return r.GetKeyName().getString(); }
+
+Registry Machine(const std::string &path) { return Registry(path.c_str(), "", HKEY_LOCAL_MACHINE); }
+
+// The key's name once each part is appended in turn.
+template <class R>
+std::string Appended(R r, std::initializer_list<const char *> parts) {
+    for (const char *part : parts)
+        r.appendKey(part);
+    return Name(r);
+}
+
+// Each value read through the object in turn, as a read may copy it down.
+template <class R>
+Names Reads(R &&r, std::initializer_list<const char *> names) {
+    Names texts;
+    for (const char *name : names)
+        texts.push_back(Text(r.ReadValue(name)));
+    return texts;
+}
+
+// The stored type of each value, 0 when absent.
+Types TypesAt(const std::string &key, std::initializer_list<const char *> names) {
+    Types types;
+    for (const char *name : names)
+        Machine(key).GetType(name, types.emplace_back(0));
+    return types;
+}
+
+void Put(const std::string &key, const char *name, unsigned long type, const std::string &data) {
+    IRegistryStore &store = GetRegistryStore();
+    HKEY h = nullptr;
+    ASSERT_EQ(store.CreateKey(HKEY_LOCAL_MACHINE, key.c_str(), RegistryAccess::Write, &h, nullptr), 0);
+    EXPECT_EQ(store.SetValue(h, name, type, reinterpret_cast<const unsigned char *>(data.data()), data.size()), 0);
+    store.CloseKey(h);
+}
+
+Names Keys(Registry::KeyIterator it) {
+    Names names;
+    for (; it; ++it)
+        names.emplace_back(it.GetKey().getString());
+    return names;
+}
+
+Names Values(Registry::ValueIterator it) {
+    Names pairs;
+    for (; it; ++it)
+        pairs.push_back(std::string(it.GetName().getString()) + "=" + it.GetValue().getString());
+    return pairs;
+}
+
 class RegistryKeysTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        char pattern[] = "/tmp/registrykeys_test_XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        m_dir = pattern;
+        ASSERT_NE(mkdtemp(m_dir.data()), nullptr);
         setenv("TARNKIT_REGISTRY_DIR", (m_dir + "/machine").c_str(), 1);
         setenv("XDG_CONFIG_HOME", (m_dir + "/user").c_str(), 1);
     }
     void TearDown() override { std::filesystem::remove_all(m_dir); }
 
-    static std::string Name(const Registry &r) { return r.GetKeyName().getString(); }
-
-    static Registry Machine(const std::string &path) { return Registry(path.c_str(), "", HKEY_LOCAL_MACHINE); }
-
-    static void Put(const std::string &key, const char *name, unsigned long type, const std::string &data) {
-        IRegistryStore &store = GetRegistryStore();
-        HKEY handle = nullptr;
-        ASSERT_EQ(store.CreateKey(HKEY_LOCAL_MACHINE, key.c_str(), RegistryAccess::Write, &handle, nullptr), 0);
-        EXPECT_EQ(store.SetValue(handle, name, type, reinterpret_cast<const unsigned char *>(data.data()), data.size()),
-                  0);
-        store.CloseKey(handle);
-    }
-
-    // The stored type of a value, 0 when absent.
-    static unsigned long TypeAt(const std::string &key, const char *name) {
-        unsigned long type = 0;
-        Machine(key).GetType(name, type);
-        return type;
-    }
-
-    static Names Keys(Registry::KeyIterator it) {
-        Names names;
-        for (; it; ++it)
-            names.emplace_back(it.GetKey().getString());
-        return names;
-    }
-
-    static Names Values(Registry::ValueIterator it) {
-        Names pairs;
-        for (; it; ++it)
-            pairs.push_back(std::string(it.GetName().getString()) + "=" + it.GetValue().getString());
-        return pairs;
-    }
-
-    std::string m_dir;
+    std::string m_dir = "/tmp/registrykeys_test_XXXXXX";
     TarnkitTest::CapturingSink m_sink;
 };
 
 TEST_F(RegistryKeysTest, EachClassNamesItsKey) {
-    EXPECT_EQ(Name(CompanyRegistry()), kCompany);
-    EXPECT_EQ(Name(CompanyRegistry("Sub")), kCompany + "\\Sub");
-    EXPECT_EQ(Name(LoggingRegistry("")), kCompany + "\\Logging");
-    EXPECT_EQ(Name(LoggingRegistry("Plug")), kCompany + "\\Logging\\Plug");
-    EXPECT_EQ(Name(TransportRegistry("Net")), kCompany + "\\Transport\\Net");
-    EXPECT_EQ(Name(SharedToolsRegistry("tool.so")), kCompany + "\\Shared Tools\\tool.so");
-    EXPECT_EQ(Name(WebConnectorRegistry()), kCompany + "\\Web Connector");
-    EXPECT_EQ(Name(ConfigMgrRegistry("Servers")), kCompany + "\\Config Manager\\Servers");
-    EXPECT_EQ(Name(AmbryRegistry()), kCompany + "\\Ambry");
-    EXPECT_EQ(Name(OptionsRegistry()), kCompany + "\\Ambry\\Options");
-    EXPECT_EQ(Name(OptionsRegistry("Debug")), kCompany + "\\Ambry\\Options\\Debug");
-    EXPECT_EQ(Name(InfoHelpRegistry()), kCompany + "\\Ambry\\Help");
-    EXPECT_EQ(Name(ODBCRegistry()), "Software\\ODBC");
-    EXPECT_EQ(Name(UserCompanyRegistry()), "Software\\Halcyon Decisions");
-    EXPECT_EQ(Name(UserCompanyRegistry("Tools")), "Software\\Halcyon Decisions\\Tools");
-    EXPECT_EQ(Name(ServerRegistry("Srv", "")), kCompany + "\\Srv");
-    EXPECT_EQ(Name(ServerRegistry("Srv", "One")), kCompany + "\\Srv\\Instances\\One");
-    EXPECT_EQ(Name(KVSRegistry()), kCompany + "\\LNS");
-    EXPECT_EQ(Name(KVSRegistry("Blue")), kCompany + "\\LNS\\Instances\\Blue");
-    EXPECT_STREQ(KVSRegistry("Blue").GetInstanceKey().getString(), "Blue");
-
+    // Every key and setting name as callers look it up, misspellings included;
     // appendKey always adds a separator, and a server's key grows alike.
-    CompanyRegistry company("A");
-    company.appendKey("B");
-    EXPECT_EQ(Name(company), kCompany + "\\A\\B");
-    ODBCRegistry odbc;
-    odbc.appendKey("ODBC.INI");
-    EXPECT_EQ(Name(odbc), "Software\\ODBC\\ODBC.INI");
-    ServerRegistry server("Srv", "One");
-    server.appendKey("Cache");
-    server.appendKey("Disk");
-    EXPECT_EQ(Name(server), kCompany + "\\Srv\\Instances\\One\\Cache\\Disk");
+    const std::pair<std::string, std::string> names[] = {
+        {Name(CompanyRegistry()), kCompany},
+        {Name(CompanyRegistry("Sub")), kCompany + "\\Sub"},
+        {Name(LoggingRegistry("")), kCompany + "\\Logging"},
+        {Name(LoggingRegistry("Plug")), kCompany + "\\Logging\\Plug"},
+        {Name(TransportRegistry("Net")), kCompany + "\\Transport\\Net"},
+        {Name(SharedToolsRegistry("tool.so")), kCompany + "\\Shared Tools\\tool.so"},
+        {Name(WebConnectorRegistry()), kCompany + "\\Web Connector"},
+        {Name(ConfigMgrRegistry("Servers")), kCompany + "\\Config Manager\\Servers"},
+        {Name(AmbryRegistry()), kCompany + "\\Ambry"},
+        {Name(OptionsRegistry()), kCompany + "\\Ambry\\Options"},
+        {Name(OptionsRegistry("Debug")), kCompany + "\\Ambry\\Options\\Debug"},
+        {Name(InfoHelpRegistry()), kCompany + "\\Ambry\\Help"},
+        {Name(ODBCRegistry()), "Software\\ODBC"},
+        {Name(UserCompanyRegistry()), "Software\\Halcyon Decisions"},
+        {Name(UserCompanyRegistry("Tools")), "Software\\Halcyon Decisions\\Tools"},
+        {Name(ServerRegistry("Srv", "")), kCompany + "\\Srv"},
+        {Name(ServerRegistry("Srv", "One")), kCompany + "\\Srv\\Instances\\One"},
+        {Name(KVSRegistry()), kCompany + "\\LNS"},
+        {Name(KVSRegistry("Blue")), kCompany + "\\LNS\\Instances\\Blue"},
+        {KVSRegistry("Blue").GetInstanceKey().getString(), "Blue"},
+        {Appended(CompanyRegistry("A"), {"B"}), kCompany + "\\A\\B"},
+        {Appended(ODBCRegistry(), {"ODBC.INI"}), "Software\\ODBC\\ODBC.INI"},
+        {Appended(ServerRegistry("Srv", "One"), {"Cache", "Disk"}), kCompany + "\\Srv\\Instances\\One\\Cache\\Disk"},
+        {KVSRegistry::KVSRegistryKey, "LNS"},
+        {KVSRegistry::REG_MAXIMUMCLUSTERMEMBERTIMEDISCREPENCYINMINUTES, "MaximumClusterMemberTimeDiscrepencyInMinutes"},
+        {KVSRegistry::REG_THREADTIMEOUTMINUTES, "ThreadTimeoutAfterNMinutes"},
+        {KVSRegistry::REG_TIMEOUT_VALUE, "ConnectionTimeout"},
+        {KVSRegistry::REG_KEY_KVSSOCKSSERVERS, "LNSSocksServers"},
+    };
+    for (const auto &[actual, expected] : names)
+        EXPECT_EQ(actual, expected);
 
     // Roots: the company keys are the machine's, the user key the user's.
     EXPECT_EQ(companyRegistryHandle, HKEY_LOCAL_MACHINE);
     EXPECT_TRUE(LoggingRegistry().WriteValue("loggingPath", SAnsiString("/var/log/suite")));
     EXPECT_STREQ(Machine(kCompany + "\\Logging").ReadValue("loggingPath").getString(), "/var/log/suite");
-    UserCompanyRegistry user("Tools");
-    EXPECT_STREQ(user.ReadValue("Editor", SAnsiString("vi")).getString(), "vi");
-    EXPECT_STREQ(Registry("Software\\Halcyon Decisions\\Tools", "", HKEY_CURRENT_USER).ReadValue("Editor").getString(),
-                 "vi");
+    EXPECT_STREQ(UserCompanyRegistry("Tools").ReadValue("Editor", SAnsiString("vi")).getString(), "vi");
+    EXPECT_EQ(Text(Registry("Software\\Halcyon Decisions\\Tools", "", HKEY_CURRENT_USER).ReadValue("Editor")), "vi");
     EXPECT_FALSE(Machine("Software\\Halcyon Decisions\\Tools").KeyExists());
     EXPECT_STREQ(ODBCRegistry().ReadValue("Drivers", 3ul).getString(), "3");
-    EXPECT_EQ(TypeAt("Software\\ODBC", "Drivers"), 4u);
-
-    // Setting names that callers look up as spelt, misspellings included.
-    EXPECT_STREQ(KVSRegistry::KVSRegistryKey, "LNS");
-    EXPECT_STREQ(KVSRegistry::REG_MAXIMUMCLUSTERMEMBERTIMEDISCREPENCYINMINUTES,
-                 "MaximumClusterMemberTimeDiscrepencyInMinutes");
-    EXPECT_STREQ(KVSRegistry::REG_THREADTIMEOUTMINUTES, "ThreadTimeoutAfterNMinutes");
-    EXPECT_STREQ(KVSRegistry::REG_TIMEOUT_VALUE, "ConnectionTimeout");
-    EXPECT_STREQ(KVSRegistry::REG_KEY_KVSSOCKSSERVERS, "LNSSocksServers");
+    EXPECT_EQ(TypesAt("Software\\ODBC", {"Drivers"}), Types{4});
     EXPECT_FALSE(m_sink.saw("Win95"));
 }
 
 TEST_F(RegistryKeysTest, InstanceFallsBackToServerAndCopiesDown) {
     const std::string serverKey = kCompany + "\\LNS";
     const std::string instanceKey = serverKey + "\\Instances\\Blue";
-    ASSERT_TRUE(Machine(serverKey).WriteValue("ThreadPoolSize", 16ul));
-    ASSERT_TRUE(Machine(serverKey).WriteValue("UploadPath", SAnsiString("/srv/upload")));
-    ASSERT_TRUE(Machine(serverKey).WriteValue("AuthenticationRealm", SAnsiString("server")));
+    Registry server = Machine(serverKey);
+    ASSERT_TRUE(server.WriteValue("ThreadPoolSize", 16ul));
+    ASSERT_TRUE(server.WriteValue("UploadPath", SAnsiString("/srv/upload")));
+    ASSERT_TRUE(server.WriteValue("AuthenticationRealm", SAnsiString("server")));
     ASSERT_TRUE(Machine(instanceKey).WriteValue("AuthenticationRealm", SAnsiString("instance")));
     setenv("REGKEYS_TEST_HOME", "/home/blue", 1);
     Put(serverKey, "Expanded", 2, std::string("%REGKEYS_TEST_HOME%/x") + '\0');
     Put(serverKey, "Blob", 3, "\x01\x02");
 
+    // The instance's own value wins; a server value is answered and copied
+    // down with its type; an expandable string is answered expanded but stays
+    // with the server; what neither key has reads empty and creates nothing.
     KVSRegistry blue("Blue");
-    // The instance's own value wins.
-    EXPECT_STREQ(blue.ReadValue(KVSRegistry::REG_AUTH_REALM).getString(), "instance");
-    // A server value is answered and copied down with its type.
-    EXPECT_STREQ(blue.ReadValue(KVSRegistry::REG_THREADPOOL_SIZE).getString(), "16");
-    EXPECT_EQ(TypeAt(instanceKey, "ThreadPoolSize"), 4u);
-    EXPECT_STREQ(blue.ReadValue(KVSRegistry::REG_UPLOAD_PATH).getString(), "/srv/upload");
-    EXPECT_EQ(TypeAt(instanceKey, "UploadPath"), 1u);
+    EXPECT_EQ(Reads(blue, {KVSRegistry::REG_AUTH_REALM, KVSRegistry::REG_THREADPOOL_SIZE, KVSRegistry::REG_UPLOAD_PATH,
+                           "Expanded", "Blob", "Nowhere"}),
+              (Names{"instance", "16", "/srv/upload", "/home/blue/x", "", ""}));
+    EXPECT_EQ(TypesAt(instanceKey, {"ThreadPoolSize", "UploadPath", "Expanded", "Blob"}), (Types{4, 1, 0, 0}));
     // From then on the instance has its own copy.
-    ASSERT_TRUE(Machine(serverKey).WriteValue("UploadPath", SAnsiString("/changed")));
+    ASSERT_TRUE(server.WriteValue("UploadPath", SAnsiString("/changed")));
     EXPECT_STREQ(KVSRegistry("Blue").ReadValue("UploadPath").getString(), "/srv/upload");
-    // An expandable string is answered expanded but stays with the server.
-    EXPECT_STREQ(blue.ReadValue("Expanded").getString(), "/home/blue/x");
-    EXPECT_EQ(TypeAt(instanceKey, "Expanded"), 0u);
-    // What neither key has reads empty and creates nothing.
-    EXPECT_TRUE(blue.ReadValue("Blob").isEmpty());
-    EXPECT_TRUE(blue.ReadValue("Nowhere").isEmpty());
-    EXPECT_EQ(TypeAt(instanceKey, "Blob"), 0u);
 
     // Defaults go to the instance only when the server has nothing either.
+    ASSERT_TRUE(server.WriteValue("AuditInterval", 60ul));
     EXPECT_STREQ(blue.ReadValue("InstallPath", SAnsiString("/opt/x")).getString(), "/opt/x");
-    EXPECT_EQ(TypeAt(instanceKey, "InstallPath"), 1u);
-    EXPECT_EQ(TypeAt(serverKey, "InstallPath"), 0u);
-    ASSERT_TRUE(Machine(serverKey).WriteValue("AuditInterval", 60ul));
     EXPECT_STREQ(blue.ReadValue("AuditInterval", 5ul).getString(), "60");
     EXPECT_STREQ(blue.ReadValue("AuditBatchSize", 0ul).getString(), "0");
-    EXPECT_EQ(TypeAt(instanceKey, "AuditBatchSize"), 4u);
     EXPECT_TRUE(blue.ReadValue("NoDefault", SAnsiString()).isEmpty());
+    EXPECT_EQ(TypesAt(instanceKey, {"InstallPath", "AuditBatchSize"}), (Types{1, 4}));
+    EXPECT_EQ(TypesAt(serverKey, {"InstallPath"}), Types{0});
 
     // Keys appended below the instance fall back to the same keys below the
     // server, not to the server's own key.
     ASSERT_TRUE(Machine(serverKey + "\\MIME").WriteValue("txt", SAnsiString("text/plain")));
     KVSRegistry mime("Green");
     mime.appendKey(KVSRegistry::REG_KEY_MIME);
-    EXPECT_STREQ(mime.ReadValue("txt").getString(), "text/plain");
-    EXPECT_TRUE(mime.ReadValue("ThreadPoolSize").isEmpty());
-    EXPECT_EQ(TypeAt(serverKey + "\\Instances\\Green\\MIME", "txt"), 1u);
+    EXPECT_EQ(Reads(mime, {"txt", "ThreadPoolSize"}), (Names{"text/plain", ""}));
+    EXPECT_EQ(TypesAt(serverKey + "\\Instances\\Green\\MIME", {"txt"}), Types{1});
 
     // Without an instance the server's key is its own: no copy, no fallback.
-    KVSRegistry server;
-    EXPECT_STREQ(server.ReadValue("ThreadPoolSize").getString(), "16");
-    EXPECT_TRUE(server.ReadValue("Nowhere").isEmpty());
+    EXPECT_EQ(Reads(KVSRegistry(), {"ThreadPoolSize", "Nowhere"}), (Names{"16", ""}));
     EXPECT_FALSE(m_sink.saw("not the same as the default"));
 }
 
@@ -191,13 +191,12 @@ TEST_F(RegistryKeysTest, EnumerationsFillTheInstanceFromTheServer) {
     ASSERT_TRUE(Machine(serverKey + "\\Instances\\Two").WriteValue("v", SAnsiString("2")));
 
     ServerRegistry one("Srv", "One");
-    // The server's "Instances" key is not copied into an instance.
+    // The server's "Instances" key is not copied into an instance; an
+    // existing sub-key or value is left as it is.
     EXPECT_EQ(Keys(one.EnumSubKeys()), (Names{"Alpha", "Zeta"}));
     EXPECT_STREQ(Machine(instanceKey + "\\Alpha\\Deep").ReadValue("d").getString(), "4");
-    EXPECT_EQ(TypeAt(instanceKey + "\\Alpha\\Deep", "d"), 4u);
-    // An existing sub-key is left as it is.
+    EXPECT_EQ(TypesAt(instanceKey + "\\Alpha\\Deep", {"d"}), Types{4});
     EXPECT_STREQ(Machine(instanceKey + "\\Zeta").ReadValue("z").getString(), "instance");
-
     EXPECT_EQ(Values(one.EnumValues()), (Names{"own=instance", "Shared=s"}));
     EXPECT_STREQ(Machine(instanceKey).ReadValue("Own").getString(), "instance");
 
@@ -217,20 +216,16 @@ TEST_F(RegistryKeysTest, EnumerationsFillTheInstanceFromTheServer) {
 
 TEST_F(RegistryKeysTest, ConfigManagerReadsServersAndNamesWhatIsMissing) {
     const std::string base = kCompany + "\\Config Manager";
-    auto describe = [&](const std::string &name, const char *ebus) {
+    for (const std::string name : {"Alpha", "Beta", "Gamma"}) {
         Registry key = Machine(base + "\\" + name);
         ASSERT_TRUE(key.WriteValue("ServiceName", SAnsiString((name + "Svc").c_str())));
         ASSERT_TRUE(key.WriteValue("Path", SAnsiString(("/opt/" + name).c_str())));
         ASSERT_TRUE(key.WriteValue("Dependency", SAnsiString()));
         ASSERT_TRUE(key.WriteValue("CommandLine", SAnsiString("-fg")));
-        if (ebus != nullptr) {
-            ASSERT_TRUE(key.WriteValue("IsDependsOnEbus", SAnsiString(ebus)));
-        }
-    };
-    describe("Alpha", "TRUE");
-    describe("Beta", "no");
+    }
+    ASSERT_TRUE(Machine(base + "\\Alpha").WriteValue("IsDependsOnEbus", SAnsiString("TRUE")));
+    ASSERT_TRUE(Machine(base + "\\Beta").WriteValue("IsDependsOnEbus", SAnsiString("no")));
     ASSERT_TRUE(Machine(base + "\\Gamma").WriteValue("IsDependsOnEbus", 0ul));
-    describe("Gamma", nullptr);
 
     SIArray<ConfigMgrRegistry::ServerType> servers;
     EXPECT_TRUE(ConfigMgrRegistry().Get(servers));
@@ -249,7 +244,7 @@ TEST_F(RegistryKeysTest, ConfigManagerReadsServersAndNamesWhatIsMissing) {
     EXPECT_TRUE(one == servers[1]);
 
     // Each missing piece has its own text; the record is left untouched.
-    ConfigMgrRegistry::ServerType untouched = one;
+    const ConfigMgrRegistry::ServerType untouched = one;
     EXPECT_FALSE(ConfigMgrRegistry("Absent").Get(one));
     EXPECT_TRUE(m_sink.saw("SocksServerRegistry::Get Invalid value for server key"));
     ASSERT_TRUE(Machine(base + "\\Beta").DeleteValue("Dependency"));
@@ -285,7 +280,6 @@ TEST_F(RegistryKeysTest, WebConnectorHostsRoundTripInOrder) {
     written.Add({SAnsiString("host3"), SAnsiString("http://again/")});
     ASSERT_TRUE(web.SetGHSHosts(written));
     EXPECT_STREQ(Machine(kCompany + "\\Web Connector\\Site\\GHSHosts\\0").ReadValue("GHSHost").getString(), "host0");
-
     EXPECT_TRUE(web.GetGHSHosts(hosts));
     EXPECT_TRUE(std::equal(hosts.begin(), hosts.end(), written.begin(), written.end()));
 
@@ -297,15 +291,14 @@ TEST_F(RegistryKeysTest, WebConnectorHostsRoundTripInOrder) {
     ASSERT_TRUE(byName.Lookup("host3", found));
     EXPECT_STREQ(found.url.getString(), "http://again/");
 
-    // A shorter list replaces the longer one entirely.
+    // A shorter list replaces the longer one entirely; a host without a name
+    // is refused before anything changes.
     SIArray<WebConnectorRegistry::GHSHost> shorter;
     shorter.Add({SAnsiString("only"), SAnsiString()});
     ASSERT_TRUE(web.SetGHSHosts(shorter));
     hosts.RemoveAll();
     EXPECT_TRUE(web.GetGHSHosts(hosts));
     EXPECT_TRUE(std::equal(hosts.begin(), hosts.end(), shorter.begin(), shorter.end()));
-
-    // A host without a name is refused before anything changes.
     shorter.Add({SAnsiString(), SAnsiString("http://nameless/")});
     EXPECT_FALSE(web.SetGHSHosts(shorter));
     hosts.RemoveAll();

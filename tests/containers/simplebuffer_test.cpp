@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -32,13 +33,17 @@ std::string State(const SSimpleBuffer &b) {
     return Content(b) + " (" + std::to_string(b.getNBytes()) + "/" + std::to_string(b.getNBytesAllocated()) + ")";
 }
 
-class SimpleBufferFiles : public ::testing::Test {
-protected:
-    void SetUp() override {
-        char pattern[] = "/tmp/simplebuffer-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        m_dir = pattern;
-    }
+// Copies `text` into the block getBuffer(minimum) gives, declares `used` bytes and gives the block.
+unsigned char *Write(SSimpleBuffer &b, size_t minimum, const std::string &text, size_t used) {
+    unsigned char *block = b.getBuffer(minimum);
+    if (block != nullptr)
+        std::copy(text.begin(), text.end(), block);
+    b.releaseBuffer(used);
+    return block;
+}
+
+struct SimpleBufferFiles : ::testing::Test {
+    void SetUp() override { ASSERT_NE(mkdtemp(m_dir.data()), nullptr); }
     void TearDown() override { fs::remove_all(m_dir); }
 
     std::string path(const char *name) const { return m_dir + "/" + name; }
@@ -59,7 +64,7 @@ protected:
     }
     static long openDescriptors() { return std::distance(fs::directory_iterator("/proc/self/fd"), {}); }
 
-    std::string m_dir;
+    std::string m_dir = "/tmp/simplebuffer-XXXXXX";
 };
 
 } // namespace
@@ -115,10 +120,7 @@ TEST(SimpleBuffer, CopyOnWriteDetachAppendAndGetBuffer) {
     EXPECT_EQ(Data(a), shared);
 
     SSimpleBuffer c = a;
-    unsigned char *writable = c.getBuffer(SSimpleBuffer::npos);
-    ASSERT_NE(writable, shared);
-    writable[0] = 'X';
-    c.releaseBuffer(3);
+    ASSERT_NE(Write(c, SSimpleBuffer::npos, "X", 3), shared);
     EXPECT_EQ(Content(a), "abc");
     EXPECT_EQ(Content(c), "Xbc");
     c = a;
@@ -176,10 +178,7 @@ TEST(SimpleBuffer, CopyOnWriteDetachAppendAndGetBuffer) {
     EXPECT_EQ(State(sized), " (0/10)");
     first = sized;
     EXPECT_EQ(sized.getBuffer(SSimpleBuffer::npos), first);
-    unsigned char *p = sized.getBuffer(9);
-    EXPECT_EQ(p, first);
-    std::memcpy(p, "hello", 5);
-    sized.releaseBuffer(5);
+    EXPECT_EQ(Write(sized, 9, "hello", 5), first);
     EXPECT_EQ(Content(sized), "hello");
     // Asking for the whole block or more moves the content to a new one.
     EXPECT_NE(sized.getBuffer(10), first);
@@ -193,14 +192,11 @@ TEST(SimpleBuffer, CopyOnWriteDetachAppendAndGetBuffer) {
     EXPECT_EQ(sized.getNBytes(), sized.getNBytesAllocated());
 
     SSimpleBuffer fresh;
-    p = fresh.getBuffer(3);
-    ASSERT_NE(p, nullptr);
-    std::memcpy(p, "xyz", 3);
-    fresh.releaseBuffer(3);
+    ASSERT_NE(Write(fresh, 3, "xyz", 3), nullptr);
     EXPECT_EQ(Content(fresh), "xyz");
 }
 
-TEST_F(SimpleBufferFiles, LoadsByReadingOrMappingAndMappedBuffersAreReadOnly) {
+TEST_F(SimpleBufferFiles, LoadsByReadingOrMappingTemporaryFilesGoAndSaving) {
     SSimpleBuffer loaded = load(file("a", "file content")), mapped = load(file("a"), true);
     EXPECT_EQ(State(loaded), "file content (12/12)");
     EXPECT_FALSE(loaded.IsMapped());
@@ -224,11 +220,9 @@ TEST_F(SimpleBufferFiles, LoadsByReadingOrMappingAndMappedBuffersAreReadOnly) {
     // Writing through a mapped buffer copies first; the file never changes.
     SSimpleBuffer written = load(file("m", "mapped bytes"), true), grown = load(file("m"), true);
     const unsigned char *view = written;
-    unsigned char *writable = written.getBuffer(SSimpleBuffer::npos);
+    const unsigned char *writable = Write(written, SSimpleBuffer::npos, "M", 12);
     ASSERT_NE(writable, nullptr);
     EXPECT_NE(writable, view);
-    writable[0] = 'M';
-    written.releaseBuffer(written.getNBytes());
     EXPECT_EQ(Content(written), "Mapped bytes");
     EXPECT_FALSE(written.IsMapped());
     EXPECT_EQ(read("m"), "mapped bytes");
@@ -241,17 +235,7 @@ TEST_F(SimpleBufferFiles, LoadsByReadingOrMappingAndMappedBuffersAreReadOnly) {
     SSimpleBuffer::dealloc(block);
     EXPECT_EQ(read("m"), "mapped bytes");
 
-    // Sizes are 32-bit: a file of 4 GiB and 16 bytes reads as 16 bytes.
-    file("big", "0123456789abcdefXYZ");
-    std::error_code error;
-    fs::resize_file(path("big"), 0x100000010LL, error);
-    if (error)
-        GTEST_SKIP() << "no sparse files here";
-    EXPECT_EQ(Content(load(file("big"))), "0123456789abcdef");
-    EXPECT_FALSE(loaded.loadFromFile(file("big"), true, false));
-}
-
-TEST_F(SimpleBufferFiles, TemporaryMappedFilesAndSaving) {
+    // A temporary mapped file goes with the last buffer that maps it.
     const long descriptors = openDescriptors();
     {
         SSimpleBuffer b = load(file("t", "temporary"), true, true), copy = b;
@@ -265,8 +249,8 @@ TEST_F(SimpleBufferFiles, TemporaryMappedFilesAndSaving) {
 
     // Not temporary, or read rather than mapped: the file stays.
     {
-        SSimpleBuffer mapped = load(file("k", "kept"), true, false), loaded = load(file("k"), false, true);
-        EXPECT_FALSE(loaded.loadFromFile(file("empty", ""), true, true));
+        SSimpleBuffer keptMapped = load(file("k", "kept"), true, false), keptRead = load(file("k"), false, true);
+        EXPECT_FALSE(keptRead.loadFromFile(file("empty", ""), true, true));
     }
     EXPECT_TRUE(fs::exists(path("k")));
     EXPECT_EQ(openDescriptors(), descriptors);
@@ -277,7 +261,6 @@ TEST_F(SimpleBufferFiles, TemporaryMappedFilesAndSaving) {
     umask(mask);
     EXPECT_EQ(static_cast<unsigned>(fs::status(path("s")).permissions() & fs::perms::all), 0700u & ~mask);
 
-    TarnkitTest::CapturingSink sink;
     EXPECT_FALSE(Make("second").saveToFile(file("s"), false));
     EXPECT_EQ(read("s"), "first");
     EXPECT_TRUE(sink.saw("SSimpleBuffer::saveToFile: could not open file "));
@@ -293,4 +276,13 @@ TEST_F(SimpleBufferFiles, TemporaryMappedFilesAndSaving) {
     // Losing a temporary file early costs nothing.
     SSimpleBuffer gone = load(file("gone", "x"), true, true);
     fs::remove(path("gone"));
+
+    // Sizes are 32-bit: a file of 4 GiB and 16 bytes reads as 16 bytes.
+    file("big", "0123456789abcdefXYZ");
+    std::error_code error;
+    fs::resize_file(path("big"), 0x100000010LL, error);
+    if (error)
+        GTEST_SKIP() << "no sparse files here";
+    EXPECT_EQ(Content(load(file("big"))), "0123456789abcdef");
+    EXPECT_FALSE(loaded.loadFromFile(file("big"), true, false));
 }
