@@ -19,7 +19,6 @@ using namespace TarnkitA201;
 
 namespace {
 
-constexpr int kNobody = 65534;
 const HKEY kMachine = HKEY_LOCAL_MACHINE;
 
 class RegistryProcessesTest : public ::testing::Test {
@@ -36,17 +35,17 @@ protected:
 
     std::string file() const { return m_dir + "/registry.db"; }
 
-    // Runs body in a child whose exit code is body's answer.
+    // Runs body in a child that exits with 1 if any of its checks failed.
     template <class Body>
     static pid_t Spawn(Body body) {
         pid_t pid = fork();
         if (pid == 0) {
-            int code = 99;
             try {
-                code = body();
+                body();
             } catch (...) {
+                ADD_FAILURE() << "exception in the child";
             }
-            _exit(code);
+            _exit(::testing::Test::HasFailure() ? 1 : 0);
         }
         return pid;
     }
@@ -57,41 +56,35 @@ protected:
         return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
     }
 
-    static bool DropPrivileges() { return setgid(kNobody) == 0 && setuid(kNobody) == 0; }
-
     std::string m_dir;
 };
 
 Registry Key(const char *path) { return Registry(path, "", kMachine); }
+// A value name such as "b7".
+std::string Id(char letter, int i) { return std::string(1, letter) + std::to_string(i); }
 
 TEST_F(RegistryProcessesTest, ConcurrentWritersLoseNothingAndReadersSeeWholeValues) {
     ASSERT_TRUE(Key("Software\\Shared").WriteValue("mark", SAnsiString(std::string(2000, 'a').c_str())));
     constexpr int kWrites = 40;
     auto writer = [](char letter) {
         Registry shared = Key("Software\\Shared");
-        std::string whole(2000, letter);
         for (int i = 0; i < kWrites; ++i) {
-            std::string name = std::string(1, letter) + std::to_string(i);
-            if (!Key("Software\\Shared\\Own").WriteValue(name.c_str(), static_cast<unsigned long>(i)))
-                return 1;
-            if (!shared.WriteValue("mark", SAnsiString(whole.c_str())))
-                return 2;
+            EXPECT_TRUE(Key("Software\\Shared\\Own").WriteValue(Id(letter, i).c_str(), static_cast<unsigned long>(i)));
+            EXPECT_TRUE(shared.WriteValue("mark", SAnsiString(std::string(2000, letter).c_str())));
             // A fresh object each time, so each read is a new look.
             std::string text = Key("Software\\Shared").ReadValue("mark").getString();
-            if (text.size() != 2000 || text.find_first_not_of(text[0]) != std::string::npos)
-                return 3;
+            EXPECT_EQ(text.size(), 2000u);
+            EXPECT_EQ(text.find_first_not_of(text[0]), std::string::npos);
         }
-        return 0;
     };
-    pid_t first = Spawn([&] { return writer('b'); });
-    EXPECT_EQ(Wait(Spawn([&] { return writer('c'); })), 0);
+    pid_t first = Spawn([&] { writer('b'); });
+    EXPECT_EQ(Wait(Spawn([&] { writer('c'); })), 0);
     EXPECT_EQ(Wait(first), 0);
 
     Registry own = Key("Software\\Shared\\Own");
     for (char letter : {'b', 'c'})
         for (int i = 0; i < kWrites; ++i)
-            EXPECT_STREQ(own.ReadValue((std::string(1, letter) + std::to_string(i)).c_str()).getString(),
-                         std::to_string(i).c_str());
+            EXPECT_STREQ(own.ReadValue(Id(letter, i).c_str()).getString(), std::to_string(i).c_str());
 }
 
 // Stops the process for good after a number of writes, so that it can be
@@ -118,12 +111,11 @@ int CountValues(const char *path) {
 
 TEST_F(RegistryProcessesTest, AKilledCopyLeavesAllOrNothing) {
     constexpr int kValues = 1500;
-    IRegistryStore &store = GetRegistryStore();
-    ASSERT_EQ(store.BeginTransaction(kMachine), 0);
+    ASSERT_EQ(GetRegistryStore().BeginTransaction(kMachine), 0);
     for (int i = 0; i < kValues; ++i)
         ASSERT_TRUE(Key(i % 2 ? "Software\\Big" : "Software\\Big\\Half")
                         .WriteValue(("v" + std::to_string(i)).c_str(), SAnsiString("payload")));
-    ASSERT_EQ(store.CommitTransaction(kMachine), 0);
+    ASSERT_EQ(GetRegistryStore().CommitTransaction(kMachine), 0);
 
     // Killed at a known point inside the copy.
     int fds[2];
@@ -131,7 +123,7 @@ TEST_F(RegistryProcessesTest, AKilledCopyLeavesAllOrNothing) {
     pid_t pid = Spawn([&] {
         StallingStore stalling(kValues / 2, fds[1]);
         SetRegistryStore(&stalling);
-        return Registry::CopyKey(kMachine, "Software\\Stalled", kMachine, "Software\\Big");
+        Registry::CopyKey(kMachine, "Software\\Stalled", kMachine, "Software\\Big");
     });
     char byte = 0;
     ASSERT_EQ(read(fds[0], &byte, 1), 1);
@@ -145,7 +137,7 @@ TEST_F(RegistryProcessesTest, AKilledCopyLeavesAllOrNothing) {
     // Killed after a while, wherever it happens to be.
     for (int delayMs : {2, 15, 60}) {
         std::string target = "Software\\Timed" + std::to_string(delayMs);
-        pid = Spawn([&] { return Registry::CopyKey(kMachine, target.c_str(), kMachine, "Software\\Big"); });
+        pid = Spawn([&] { Registry::CopyKey(kMachine, target.c_str(), kMachine, "Software\\Big"); });
         std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
         kill(pid, SIGKILL);
         Wait(pid);
@@ -160,32 +152,26 @@ TEST_F(RegistryProcessesTest, UnreadableReadOnlyAndDamagedFilesFailSoftly) {
     ASSERT_TRUE(Key("Software\\Kept").WriteValue("v", SAnsiString("there")));
 
     // Read-only for the user: reads still work, writes fail.
-    auto readOnly = [] {
-        if (!DropPrivileges())
-            return 10;
+    TarnkitTest::AsNobodyInChild([] {
         TarnkitTest::CapturingSink sink;
-        if (std::string(Key("Software\\Kept").ReadValue("v").getString()) != "there")
-            return 1;
-        if (Key("Software\\Kept").WriteValue("w", SAnsiString("no")))
-            return 2;
-        return Key("Software\\Kept").ReadValue("fresh", SAnsiString("default")).isEmpty() ? 0 : 3;
-    };
-    EXPECT_EQ(Wait(Spawn(readOnly)), 0);
+        EXPECT_STREQ(Key("Software\\Kept").ReadValue("v").getString(), "there");
+        EXPECT_FALSE(Key("Software\\Kept").WriteValue("w", SAnsiString("no")));
+        EXPECT_TRUE(Key("Software\\Kept").ReadValue("fresh", SAnsiString("default")).isEmpty());
+    });
 
     // An unusable store reads as empty, refuses every change and says why.
     auto failsSoftly = [] {
         TarnkitTest::CapturingSink sink;
-        if (!Key("Software\\Kept").ReadValue("v").isEmpty() || Key("Software\\Kept").KeyExists())
-            return 1;
-        if (Key("Software\\Kept").WriteValue("v", SAnsiString("x")) || Key("Software\\Kept").WriteValue("v", 1ul))
-            return 2;
-        if (Key("Software\\Kept").EnumSubKeys())
-            return 3;
-        return sink.saw("Registry store") ? 0 : 4;
+        EXPECT_TRUE(Key("Software\\Kept").ReadValue("v").isEmpty());
+        EXPECT_FALSE(Key("Software\\Kept").KeyExists());
+        EXPECT_FALSE(Key("Software\\Kept").WriteValue("v", SAnsiString("x")));
+        EXPECT_FALSE(Key("Software\\Kept").WriteValue("v", 1ul));
+        EXPECT_FALSE(Key("Software\\Kept").EnumSubKeys());
+        EXPECT_TRUE(sink.saw("Registry store"));
     };
     // Unreadable for the user.
     ASSERT_EQ(chmod(file().c_str(), 0), 0);
-    EXPECT_EQ(Wait(Spawn([&] { return DropPrivileges() ? failsSoftly() : 10; })), 0);
+    TarnkitTest::AsNobodyInChild(failsSoftly);
     chmod(file().c_str(), 0644);
 
     // Garbage where a store should be, seen by a process that never had it open.

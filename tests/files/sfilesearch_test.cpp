@@ -12,6 +12,7 @@
 #include <fstream>
 #include <map>
 #include <string>
+#include <tuple>
 #include <unistd.h>
 #include <vector>
 
@@ -21,38 +22,25 @@ namespace {
 
 std::string Str(const SAnsiString &s) { return std::string(s.getString(), s.getLength()); }
 
-TEST(Wildcard, PatternTable) {
-    const struct {
-        const char *pattern;
-        const char *name;
-        bool match;
-    } table[] = {
-        {"*", "anything.at.all", true}, {"*", "", true}, {"*.*", "noextension", true}, {"*.*", "a.b", true},
-        {"*.*", ".hidden", true}, {"report.*", "report", true}, {"report.*", "report.txt", true},
-        {"report.*", "reports", false}, {"*.txt", "a.txt", true}, {"*.txt", "a.txt.bak", false},
-        {"*.txt", "a.TXT", false}, {"a?c", "abc", true}, {"a?c", "ac", false}, {"a?c", "a.c", true},
-        {"log_xn_*.so", "log_xn_one.so", true}, {"log_xn_*.so", "log_xn_.so", true},
-        {"log_xn_*.so", "xlog_xn_a.so", false}, {"*a*b", "xaxbxb", true}, {"*a*b", "xaxbx", false},
-        {"exact", "exact", true}, {"exact", "exactly", false}, {"**?", "", false}, {"", "", true}, {"", "x", false},
-    };
-    for (const auto &row : table)
-        EXPECT_EQ(Wildcard::Matches(row.pattern, row.name), row.match) << row.pattern << " vs " << row.name;
-}
+TEST(Wildcard, MatchesThePatternTableAndBacktracksBoundedly) {
+    for (auto [pattern, name, match] :
+         {std::tuple{"*", "anything.at.all", true}, {"*", "", true}, {"*.*", "noextension", true}, {"*.*", "a.b", true},
+          {"*.*", ".hidden", true}, {"report.*", "report", true}, {"report.*", "report.txt", true},
+          {"report.*", "reports", false}, {"*.txt", "a.txt", true}, {"*.txt", "a.txt.bak", false},
+          {"*.txt", "a.TXT", false}, {"a?c", "abc", true}, {"a?c", "ac", false}, {"a?c", "a.c", true},
+          {"log_xn_*.so", "log_xn_one.so", true}, {"log_xn_*.so", "log_xn_.so", true},
+          {"log_xn_*.so", "xlog_xn_a.so", false}, {"*a*b", "xaxbxb", true}, {"*a*b", "xaxbx", false},
+          {"exact", "exact", true}, {"exact", "exactly", false}, {"**?", "", false}, {"", "", true}, {"", "x", false}})
+        EXPECT_EQ(Wildcard::Matches(pattern, name), match) << pattern << " vs " << name;
 
-TEST(Wildcard, BacktrackingStaysBounded) {
     // Many stars against a long near-miss: exponential if every star
     // backtracked, instant when only the latest one does.
-    std::string pattern;
+    std::string stars;
     for (int i = 0; i < 500; ++i)
-        pattern += "*a";
-    pattern += "b";
-    const auto matches = [&](size_t as, const char *tail) {
-        return Wildcard::Matches(pattern.c_str(), (std::string(as, 'a') + tail).c_str());
-    };
-    EXPECT_FALSE(matches(1000, ""));
-    EXPECT_TRUE(matches(1000, "b"));
-    EXPECT_FALSE(matches(499, "b"));
-    EXPECT_TRUE(matches(500, "b"));
+        stars += "*a";
+    stars += "b";
+    for (auto [as, tail, match] : {std::tuple{1000, "", false}, {1000, "b", true}, {499, "b", false}, {500, "b", true}})
+        EXPECT_EQ(Wildcard::Matches(stars.c_str(), (std::string(as, 'a') + tail).c_str()), match) << as << tail;
     EXPECT_FALSE(Wildcard::Matches("*", std::string(Wildcard::MaxNameLength + 1, 'a').c_str()));
 }
 
@@ -70,9 +58,8 @@ protected:
     }
     void TearDown() override { (void)std::system(("rm -rf '" + m_dir + "'").c_str()); }
 
-    std::vector<std::string> all(SSFileSearch &search, bool fullPath) {
+    std::vector<std::string> all(bool fullPath) {
         std::vector<std::string> names;
-        SAnsiString name;
         while (search.next(name, fullPath))
             names.push_back(Str(name));
         return names;
@@ -80,37 +67,13 @@ protected:
     SAnsiString dir(const char *sub = "") const { return SAnsiString((m_dir + sub).c_str()); }
 
     std::string m_dir;
+    SIArray<SAnsiString> none;
+    SSFileSearch search;
+    SAnsiString name;
 };
 
-TEST_F(SearchTest, WalksTheListInOrderPassingOverMissingDirectories) {
-    SIArray<SAnsiString> paths;
-    for (const char *sub : {"", "/does-not-exist", "/sub/", "/other"})
-        paths.Add(dir(sub));
-    SSFileSearch search;
-    ASSERT_TRUE(search.open("*.txt", paths, false, false, false));
-    EXPECT_EQ(paths.GetSize(), 4u); // the caller's list is copied, not consumed
-    std::vector<std::string> expected = {m_dir + "/a.txt", m_dir + "/b.txt", m_dir + "/link.txt", m_dir + "/sub/x.txt",
-                                         m_dir + "/other/y.txt"};
-    EXPECT_EQ(all(search, true), expected);
-    EXPECT_FALSE(search.IsOpen());
-    SAnsiString name;
-    EXPECT_FALSE(search.next(name, false)); // the list was used up
-
-    ASSERT_TRUE(search.open("*.*", paths, false, false, false));
-    std::vector<std::string> bare = all(search, false);
-    EXPECT_EQ(bare.front(), "README"); // names without a dot too; "." and ".." not
-    EXPECT_EQ(bare.size(), 9u);
-
-    SIArray<SAnsiString> none;
-    ASSERT_TRUE(search.open("*", none, false, false, false));
-    EXPECT_FALSE(search.next(name, true));
-}
-
 TEST_F(SearchTest, DotsFindDataAndSingleDirectorySteps) {
-    SIArray<SAnsiString> none;
-    SSFileSearch search;
     search.open("*", none, false, false, true);
-    SAnsiString name;
     ASSERT_TRUE(search.FindFirst(dir(), name));
     EXPECT_EQ(Str(name), ".");
     std::vector<std::string> names = {Str(name)};
@@ -142,19 +105,35 @@ TEST_F(SearchTest, DotsFindDataAndSingleDirectorySteps) {
     EXPECT_TRUE(search.close());
 }
 
-TEST_F(SearchTest, PathVariableAndJoining) {
+TEST_F(SearchTest, WalksAListOrPathInOrderPassingOverMissingDirectories) {
+    SIArray<SAnsiString> paths;
+    for (const char *sub : {"", "/does-not-exist", "/sub/", "/other"})
+        paths.Add(dir(sub));
+    ASSERT_TRUE(search.open("*.txt", paths, false, false, false));
+    EXPECT_EQ(paths.GetSize(), 4u); // the caller's list is copied, not consumed
+    EXPECT_EQ(all(true), (std::vector<std::string>{m_dir + "/a.txt", m_dir + "/b.txt", m_dir + "/link.txt",
+                                                   m_dir + "/sub/x.txt", m_dir + "/other/y.txt"}));
+    EXPECT_FALSE(search.IsOpen());
+    EXPECT_FALSE(search.next(name, false)); // the list was used up
+
+    ASSERT_TRUE(search.open("*.*", paths, false, false, false));
+    std::vector<std::string> bare = all(false);
+    EXPECT_EQ(bare.front(), "README"); // names without a dot too; "." and ".." not
+    EXPECT_EQ(bare.size(), 9u);
+
+    ASSERT_TRUE(search.open("*", none, false, false, false));
+    EXPECT_FALSE(search.next(name, true));
+
+    // Along PATH instead of a list.
     std::string saved = std::getenv("PATH") ? std::getenv("PATH") : "";
     ASSERT_EQ(::setenv("PATH", (m_dir + "/sub::" + m_dir + "/other:").c_str(), 1), 0);
     ASSERT_EQ(::chdir(m_dir.c_str()), 0);
-    SIArray<SAnsiString> none;
-    SSFileSearch search;
     search.open("*.txt", none, false, true, false);
-    std::vector<std::string> found = all(search, true);
-    ::setenv("PATH", saved.c_str(), 1);
     // The empty part in the middle is the current directory, searched by
     // bare name; the empty last part is dropped.
-    std::vector<std::string> expected = {m_dir + "/sub/x.txt", "a.txt", "b.txt", "link.txt", m_dir + "/other/y.txt"};
-    EXPECT_EQ(found, expected);
+    EXPECT_EQ(all(true), (std::vector<std::string>{m_dir + "/sub/x.txt", "a.txt", "b.txt", "link.txt",
+                                                   m_dir + "/other/y.txt"}));
+    ::setenv("PATH", saved.c_str(), 1);
 
     for (const char *directory : {"", "/d/", "/d"}) {
         SAnsiString joined(directory);

@@ -97,8 +97,6 @@ TEST(AtomicsAndLocks, PrimitivesWrapReportOldOrNewAndLoseNoUpdate) {
 
 struct Counted : CRefCount {
     explicit Counted(int *deaths) : m_deaths(deaths) {}
-    Counted(const Counted &other) = default;
-    using CRefCount::operator=;
     void clear() const { clearRefCount(); }
     ~Counted() override { ++*m_deaths; }
     int *m_deaths;
@@ -154,10 +152,6 @@ TEST(RefCount, SmartPointersShareCopiesStartAtOneAndTheLastReleaseDeletes) {
 }
 
 Platform::OsVersion g_fakeVersion; // a platform id of 0 makes the probe fail
-bool FakeProbe(Platform::OsVersion &version) {
-    version = g_fakeVersion;
-    return version.platformId != 0;
-}
 
 TEST(Frame, ErrorTextsWindowSlotDelayLoadExceptionStopwatchAndPlatformProbe) {
     EXPECT_STREQ(GetWin32Error(ENOENT), std::strerror(ENOENT));
@@ -192,27 +186,24 @@ TEST(Frame, ErrorTextsWindowSlotDelayLoadExceptionStopwatchAndPlatformProbe) {
     EXPECT_TRUE(SPlat::IsWinNT(0.0)) << "Linux reports the NT family";
     EXPECT_FALSE(SPlat::IsWin95(0.0));
 
-    struct ProbeScope {
-        OsVersionProbe previous = SetOsVersionProbe(&FakeProbe);
-        ~ProbeScope() { SetOsVersionProbe(previous); }
-    } scope;
+    OsVersionProbe previous = SetOsVersionProbe([](Platform::OsVersion &version) {
+        version = g_fakeVersion;
+        return version.platformId != 0;
+    });
     // Platform 2 version 5.1 reads as 5.01; below 5.0 is never the 2000
-    // family; platform 1 is the 95 family.
+    // family; platform 1 is the 95 family; a failed probe is neither.
+    TarnkitTest::CapturingSink sink;
     const auto nt = &SPlat::IsWinNT, win2k = &SPlat::IsWin2K, win95 = &SPlat::IsWin95;
     for (auto [platform, major, minor, query, version, expected] :
          {std::tuple{2ul, 5ul, 1ul, nt, 0.0, true}, {2, 5, 1, nt, 5.01, true}, {2, 5, 1, nt, 5.0, false},
           {2, 5, 1, nt, 5.1, false}, {2, 5, 1, win2k, 0.0, true}, {2, 5, 1, win95, 0.0, false},
           {2, 4, 0, win2k, 4.0, false}, {2, 4, 0, win2k, 0.0, false}, {1, 4, 10, win95, 4.10, true},
-          {1, 4, 10, nt, 0.0, false}}) {
+          {1, 4, 10, nt, 0.0, false}, {0, 0, 0, nt, 0.0, false}, {0, 0, 0, win95, 0.0, false}}) {
         g_fakeVersion = {platform, major, minor};
         EXPECT_EQ(query(version), expected) << platform << " " << major << "." << minor << " asked " << version;
     }
-
-    TarnkitTest::CapturingSink sink;
-    g_fakeVersion = {};
-    EXPECT_FALSE(SPlat::IsWinNT(0.0));
-    EXPECT_FALSE(SPlat::IsWin95(0.0));
     EXPECT_TRUE(sink.saw("GetVersionExA(&osinfo)"));
+    SetOsVersionProbe(previous);
 }
 
 } // namespace

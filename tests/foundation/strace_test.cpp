@@ -33,12 +33,13 @@ std::string Lines(const TarnkitTest::CapturingSink &sink) {
 
 } // namespace
 
-TEST(TraceFormat, PrintfPlaceholdersBecomeNumberedUnlessTheTemplateIsNumberedOrOpenEnded) {
-    // Only one length letter is taken, and flags are not known at all; "%%"
-    // is two placeholders, not an escape; numbered placeholders not followed
-    // by a blank are renumbered in order; a dot behind a placeholder is taken
-    // for a precision. A numbered placeholder followed by a blank, or a "%"
-    // at the end or before a blank, returns the whole template unconverted.
+TEST(TraceText, PlaceholdersAreNumberedAndFilledFromEachKindOfValue) {
+    // Printf placeholders become numbered ones. Only one length letter is
+    // taken, and flags are not known at all; "%%" is two placeholders, not an
+    // escape; numbered placeholders not followed by a blank are renumbered in
+    // order; a dot behind a placeholder is taken for a precision. A numbered
+    // placeholder followed by a blank, or a "%" at the end or before a blank,
+    // returns the whole template unconverted.
     for (auto [format, converted] :
          {std::pair{"x=%d y=%s", "x=%1 y=%2"}, {"%d", "%1"}, {"%5.2f|%hx|%Lg|%p", "%1|%2|%3|%4"}, {"%lld", "%1ld"},
           {"%-5d", "%1-5d"}, {"%+d", "%1+d"}, {"%%d", "%1%2"}, {"a%%b", "a%1%2b"}, {"%2,%1;", "%1,%2;"},
@@ -46,20 +47,9 @@ TEST(TraceFormat, PrintfPlaceholdersBecomeNumberedUnlessTheTemplateIsNumberedOrO
           {"a% b", "a% b"}, {"%%", "%%"}, {"x=%d 100%", "x=%d 100%"}, {"x=%d\t%1\n", "x=%d\t%1\n"},
           {"no placeholders", "no placeholders"}, {"", ""}})
         EXPECT_EQ(Convert(format), converted) << format;
-}
 
-TEST(TraceFormat, MultibyteTextIsSteppedByCharacter) {
-    TarnkitTest::ScopedLocale locale("en_US.UTF-8");
-    if (!locale.ok())
-        GTEST_SKIP() << "en_US.UTF-8 not installed";
-    EXPECT_EQ(Convert("gr\xC3\xBC\xC3\x9F %d \xE2\x82\xAC"), "gr\xC3\xBC\xC3\x9F %1 \xE2\x82\xAC");
-    // A byte that is not a character is neither digit nor blank.
-    EXPECT_EQ(Convert("%\xFF"), "%1\xFF");
-    EXPECT_EQ(Convert("%7\xFF%s"), "%1\xFF%2");
-}
-
-TEST(TraceHelper, FillsParametersUpToTheFirstEmptySlot) {
-    // The template's escape character still applies after conversion.
+    // Parameters fill the slots up to the first empty one; the template's
+    // escape character still applies after conversion.
     const char *twelve = "%d %d %d %d %d %d %d %d %d %d %d %d %d.";
     for (const auto &[filled, expected] :
          {std::pair{STraceHelper("x=%d y=%s", 5, "a"), "x=5 y=a"}, {STraceHelper("only %1", "a", "unused"), "only a"},
@@ -70,9 +60,7 @@ TEST(TraceHelper, FillsParametersUpToTheFirstEmptySlot) {
           {STraceHelper(SAnsiString("s=%s"), SAnsiString("t")), "s=t"},
           {STraceHelper(TarnkitTest::Wide(u"w=%d").data(), 7), "w=7"}})
         EXPECT_EQ(Text(filled), expected);
-}
 
-TEST(TraceParameter, TurnsEachKindOfValueIntoText) {
     EXPECT_TRUE(STraceParameter().IsEmpty());
     ThisIsASillyCompilerWorkAround workAround;
     EXPECT_TRUE(STraceParameter(workAround).IsEmpty());
@@ -97,19 +85,18 @@ TEST(TraceParameter, TurnsEachKindOfValueIntoText) {
     EXPECT_FALSE(copy.IsEmpty());
     copy = STraceParameter();
     EXPECT_TRUE(copy.IsEmpty());
+
+    // Multibyte text is stepped by character.
+    TarnkitTest::ScopedLocale locale("en_US.UTF-8");
+    if (!locale.ok())
+        GTEST_SKIP() << "en_US.UTF-8 not installed";
+    EXPECT_EQ(Convert("gr\xC3\xBC\xC3\x9F %d \xE2\x82\xAC"), "gr\xC3\xBC\xC3\x9F %1 \xE2\x82\xAC");
+    // A byte that is not a character is neither digit nor blank.
+    EXPECT_EQ(Convert("%\xFF"), "%1\xFF");
+    EXPECT_EQ(Convert("%7\xFF%s"), "%1\xFF%2");
 }
 
-TEST(TraceMsg, OnlyGeneralLinesCarryPrefixes) {
-    TarnkitTest::CapturingSink sink;
-    for (auto [level, file, line, text] : {std::tuple{0, "f", 42, "text"}, {0, nullptr, 7, "m"}, {0, "f", 0, "m"},
-                                           {1, "f", 7, "m"}, {2, nullptr, 0, "w"}})
-        STraceMsg(level, file, line, SAnsiString(text));
-    STrace("direct %d", 3);
-    EXPECT_EQ(Lines(sink), "0:(f:42): trace message: text\n0:trace message: m\n0:trace message: m\n"
-                           "1:m\n2:w\n0:trace message: direct 3\n");
-}
-
-TEST(Assert, SilentWithoutALoggerAndReportsAtGeneralLevelAndReturns) {
+TEST(TraceAndAssert, SilentWithoutALoggerAndOnlyGeneralLinesCarryPrefixes) {
     ASSERT_EQ(GetDiagnosticsSink(), nullptr);
     EXPECT_FALSE(ShouldTrace(0, "f"));
     EXPECT_FALSE(ShouldAssert("f"));
@@ -119,6 +106,15 @@ TEST(Assert, SilentWithoutALoggerAndReportsAtGeneralLevelAndReturns) {
     TARNKIT_FAIL("nobody listens");
 
     TarnkitTest::CapturingSink sink;
+    for (auto [level, file, line, text] : {std::tuple{0, "f", 42, "text"}, {0, nullptr, 7, "m"}, {0, "f", 0, "m"},
+                                           {1, "f", 7, "m"}, {2, nullptr, 0, "w"}})
+        STraceMsg(level, file, line, SAnsiString(text));
+    STrace("direct %d", 3);
+    EXPECT_EQ(Lines(sink), "0:(f:42): trace message: text\n0:trace message: m\n0:trace message: m\n"
+                           "1:m\n2:w\n0:trace message: direct 3\n");
+
+    // Assertions report at the general level and return.
+    sink.clear();
     SAssert("f", 3, "x > 0");
     SAssert("g.cpp", 9, "p", "bad pointer");
     SAssert("h.cpp", 1, "q", TarnkitTest::Wide(u"wide why").data());
@@ -134,7 +130,6 @@ TEST(Assert, SilentWithoutALoggerAndReportsAtGeneralLevelAndReturns) {
     SetStackWalker(previous);
     EXPECT_EQ(Lines(sink), "0:assert failure: (f:3). (x : no message).\n0:Stack Dump:frames skipped=1\n");
 }
-
 
 TEST(TraceMacros, ArgumentsAreBuiltOnlyWhenSwitchedOnAndConditionsEvaluatedOnce) {
     TarnkitTest::CapturingSink sink;
@@ -171,9 +166,8 @@ TEST(TraceMacros, ArgumentsAreBuiltOnlyWhenSwitchedOnAndConditionsEvaluatedOnce)
     EXPECT_EQ(evaluations, 1 + 6);
     auto texts = sink.texts();
     ASSERT_EQ(texts.size(), 4u);
-    EXPECT_NE(texts[0].find("(counted(1) == 2 : no message)."), std::string::npos);
-    EXPECT_NE(texts[1].find("(counted(3) < 0 : negative expected)."), std::string::npos);
-    EXPECT_NE(texts[2].find("(custom text : no message)."), std::string::npos);
-    EXPECT_NE(texts[3].find("(false : unreachable)."), std::string::npos);
+    for (size_t i = 0; const char *part : {"(counted(1) == 2 : no message).", "(counted(3) < 0 : negative expected).",
+                                           "(custom text : no message).", "(false : unreachable)."})
+        EXPECT_NE(texts[i++].find(part), std::string::npos) << part;
     EXPECT_EQ(texts[0].rfind("assert failure: (" __FILE__ ":", 0), 0u);
 }

@@ -47,23 +47,26 @@ void ExpectParses(std::initializer_list<std::pair<const char *, T>> good, std::i
 } // namespace
 
 TEST(StringConvToString, IntegersInEveryBaseRealsAndPointers) {
+    TarnkitTest::CapturingSink sink;
     int local = 0;
     char pointerText[32];
     std::snprintf(pointerText, sizeof(pointerText), "%p", static_cast<void *>(&local));
     // Outside base 10 a negative number is its two's complement pattern; a long that fits 32 bits keeps the
-    // 32-bit pattern it always had. Reals round as the C run time does, ties to even.
+    // 32-bit pattern it always had; a base outside 2 to 36 gives no text. Reals round as the C run time does, ties
+    // to even.
     const std::pair<SAnsiString, const char *> cases[] = {
-        {Conv::ToString(0), "0"}, {Conv::ToString(-2147483647 - 1), "-2147483648"},
-        {Conv::ToString(__int64{INT64_MIN}), "-9223372036854775808"},
+        {Conv::ToString(0), "0"},
+        {Conv::ToString(static_cast<unsigned short>(65535)), "65535"}, {Conv::ToString(-2147483647 - 1), "-2147483648"},
         {Conv::ToString(__uint64{UINT64_MAX}), "18446744073709551615"}, {Conv::ToString(short{-32768}), "-32768"},
-        {Conv::ToString(static_cast<unsigned short>(65535)), "65535"}, {Conv::ToString(255, 16), "FF"},
-        {Conv::ToString(35u, 36), "Z"}, {Conv::ToString(5, 2), "101"}, {Conv::ToString(-1, 16), "FFFFFFFF"},
-        {Conv::ToString(-1L, 16), "FFFFFFFF"}, {Conv::ToString(-(1L << 40), 16), "FFFFFF0000000000"},
-        {Conv::ToString(__int64{-1}, 16), "FFFFFFFFFFFFFFFF"}, {Conv::ToString(1.5, 0), "2."},
-        {Conv::ToString(2.5, 0), "2."}, {Conv::ToString(-0.125, 2), "-0.12"},
+        {Conv::ToString(__int64{INT64_MIN}), "-9223372036854775808"}, {Conv::ToString(-1L, 16), "FFFFFFFF"},
+        {Conv::ToString(-(1L << 40), 16), "FFFFFF0000000000"}, {Conv::ToString(__int64{-1}, 16), "FFFFFFFFFFFFFFFF"},
+        {Conv::ToString(5, 2), "101"}, {Conv::ToString(10, 37), ""}, {Conv::ToString(10, 1), ""},
+        {Conv::ToString(-1, 16), "FFFFFFFF"}, {Conv::ToString(-0.125, 2), "-0.12"}, {Conv::ToString(255, 16), "FF"},
+        {Conv::ToString(35u, 36), "Z"}, {Conv::ToString(1.5, 0), "2."}, {Conv::ToString(2.5, 0), "2."},
         {Conv::ToString(1e40, 2), "1000000000000000030378602842700"}, {Conv::ToString(&local), pointerText}};
     for (const auto &[text, expected] : cases)
         EXPECT_EQ(Narrow(text), expected);
+    EXPECT_TRUE(sink.saw("base must be 2 to 36"));
     EXPECT_EQ(ToU16(SWCharStringConv::ToString(3.25, 1)), u"3.2");
 
     unsigned short wide[g_integerTextSize];
@@ -75,14 +78,9 @@ TEST(StringConvToString, IntegersInEveryBaseRealsAndPointers) {
     // Every decimal length, against the standard library.
     for (__uint64 v = 1, i = 0; i < 20; ++i, v = v * 10 + 7)
         EXPECT_EQ(Narrow(Conv::ToString(v)), std::to_string(v));
-
-    TarnkitTest::CapturingSink sink;
-    EXPECT_EQ(Narrow(Conv::ToString(10, 1)), "");
-    EXPECT_EQ(Narrow(Conv::ToString(10, 37)), "");
-    EXPECT_TRUE(sink.saw("base must be 2 to 36"));
 }
 
-TEST(StringConvToInteger, LimitsOfEachTypeAgreeWithFromChars) {
+TEST(StringConvFromString, LimitsWhereNumbersEndBasesRealsAndPointers) {
     ExpectParses<int>({{"2147483647", 2147483647}, {"-2147483648", -2147483647 - 1}}, {"2147483648", "-2147483649"});
     // long keeps the 32-bit range of the interfaces.
     ExpectParses<long>({{"-2147483648", -2147483648L}}, {"2147483648"});
@@ -116,9 +114,7 @@ TEST(StringConvToInteger, LimitsOfEachTypeAgreeWithFromChars) {
         agrees(int{0});
         agrees(__uint64{0});
     }
-}
 
-TEST(StringConvFromString, WhereNumbersEndBasesRealsAndPointers) {
     ExpectParses<int>({{"12.9", 12}, {"12 apples", 12}, {"12\t3", 12}, {" 12", 0}, {"", 0}, {"-", 0}, {"-.5", 0}},
                       {"1-2", "+1", "12a", "12\n", "1\xc3\xa9"});
     int v = -1;
@@ -129,14 +125,11 @@ TEST(StringConvFromString, WhereNumbersEndBasesRealsAndPointers) {
     SAsciiString text("1234,5678");
     auto comma = text.findFirst(SChar_t<char, 1>(','));
     long l = 0;
-    EXPECT_TRUE(StringConvToIntegerIterator(text.begin(), comma, l, 2147483647, 214748364, 10, true));
-    EXPECT_EQ(l, 1234);
-    EXPECT_TRUE(StringConvToIntegerIterator(++comma, text.end(), l, 2147483647, 214748364, 10, true));
-    EXPECT_EQ(l, 5678);
+    EXPECT_TRUE(StringConvToIntegerIterator(text.begin(), comma, l, 2147483647, 214748364, 10, true) && l == 1234);
+    EXPECT_TRUE(StringConvToIntegerIterator(++comma, text.end(), l, 2147483647, 214748364, 10, true) && l == 5678);
 
     ExpectParses<int>({{"0x1F", 31}, {"0X1f", 31}, {"1x2", 18}, {"-0xff", -255}, {"7fffffff", 0x7fffffff},
-                       {"-80000000", -2147483647 - 1}, {"1:", 26}},
-                      {"80000000", "1g", "1@"}, 16);
+                       {"-80000000", -2147483647 - 1}, {"1:", 26}}, {"80000000", "1g", "1@"}, 16);
     // Only base 16 skips the x. The digit arithmetic lets ":" through as ten in bases above 10, and keeps "@"
     // and "[" out.
     ExpectParses<int>({{"x", 33}, {"Zz", 35 * 36 + 35}}, {"1["}, 36);
@@ -151,8 +144,7 @@ TEST(StringConvFromString, WhereNumbersEndBasesRealsAndPointers) {
     // Reals are read by strtod; pointers are decimal.
     double d = 0;
     EXPECT_TRUE(Conv::FromString(SAnsiString("1.5e3"), d) && d == 1500.0);
-    EXPECT_FALSE(Conv::FromString(SAnsiString("2.5 m"), d));
-    EXPECT_EQ(d, 2.5); // stored even though the text went on
+    EXPECT_TRUE(!Conv::FromString(SAnsiString("2.5 m"), d) && d == 2.5); // stored even though the text went on
     EXPECT_FALSE(Conv::FromString(SAnsiString(""), d));
     EXPECT_TRUE(SWCharStringConv::FromString(TarnkitTest::WideString(u"-0.25"), d) && d == -0.25);
     EXPECT_FALSE(SWCharStringConv::FromString(TarnkitTest::WideString(u"1\u00e9"), d));
@@ -160,8 +152,7 @@ TEST(StringConvFromString, WhereNumbersEndBasesRealsAndPointers) {
     EXPECT_TRUE(SAsciiStringConv::FromString(SAsciiString("0.5"), f) && f == 0.5f);
 
     void *pointer = nullptr;
-    EXPECT_TRUE(Conv::FromString(SAnsiString("4096"), pointer));
-    EXPECT_EQ(reinterpret_cast<uintptr_t>(pointer), 4096u); // decimal, not what "%p" wrote
+    EXPECT_TRUE(Conv::FromString(SAnsiString("4096"), pointer) && reinterpret_cast<uintptr_t>(pointer) == 4096u);
 }
 
 TEST(StringConvSmallNumbers, FirstUseFromManyThreadsSharedEntriesAndRangeGuard) {
@@ -187,7 +178,8 @@ TEST(StringConvSmallNumbers, FirstUseFromManyThreadsSharedEntriesAndRangeGuard) 
 
     TarnkitTest::CapturingSink sink;
     EXPECT_EQ(Narrow(Conv::StringFrom100Number(100)), "0");
-    EXPECT_EQ(Narrow(Conv::StringFrom10Number2Digits(-1)), "00");
     EXPECT_TRUE(sink.saw("0 <= n && n < 100"));
+    sink.clear(); // the first report's text also holds the second's
+    EXPECT_EQ(Narrow(Conv::StringFrom10Number2Digits(-1)), "00");
     EXPECT_TRUE(sink.saw("0 <= n && n < 10"));
 }

@@ -48,25 +48,26 @@ std::string Absolute(const char *start, const char *relative) {
 } // namespace
 
 TEST(StringHelper, TrimReplaceRemoveCommentsAndMakeWords) {
-    EXPECT_EQ(Edited("xyabcyx", H::trimLeft, "xy"), "abcyx");
-    EXPECT_EQ(Edited("xyabcyx", H::trimRight, "xy"), "xyabc");
-    EXPECT_EQ(Edited("xyabcyx", H::trim, "yx"), "abc");
-    EXPECT_EQ(Edited("xyxy", H::trim, "xy"), "");
-    EXPECT_EQ(Edited("xyxy", H::trimRight, "xy"), "");
-    EXPECT_EQ(Edited("abc", H::trim, ""), "abc");
-    EXPECT_EQ(Edited("", H::trim, "x"), "");
+    // A replacement is not searched again; comments know no quoting; a CR LF further on is preferred to a nearer
+    // bare LF, so the line in between goes too.
+    const std::pair<std::string, const char *> edits[] = {
+        {Edited("xyabcyx", H::trimLeft, "xy"), "abcyx"}, {Edited("xyabcyx", H::trimRight, "xy"), "xyabc"},
+        {Edited("xyabcyx", H::trim, "yx"), "abc"}, {Edited("xyxy", H::trimRight, "xy"), ""},
+        {Edited("xyxy", H::trim, "xy"), ""}, {Edited("abc", H::trim, ""), "abc"}, {Edited("", H::trim, "x"), ""},
+        {Edited("abcabc", H::replaceSubString, "b", "bb"), "abbcabbc"}, {Edited("", H::replaceSubString, "a", "b"), ""},
+        {Edited("aaa", H::replaceSubString, "aa", "b"), "ba"}, {Edited("abc", H::replaceSubString, "z", "y"), "abc"},
+        {Edited("abc", H::replaceSubString, "", "x"), "abc"}, {Edited("abc", H::replaceSubString, "abc", ""), ""},
+        {Edited("x // one\ny // two", H::removeComments, "//"), "x \ny "}, {Edited("a#b", H::removeComments, "#"), "a"},
+        {Edited("a#b\r\nc#d\r\n", H::removeComments, "#"), "a\r\nc\r\n"}, {Edited("abc", H::removeComments, ""), "abc"},
+        {Edited("a#1\nb\r\nc", H::removeComments, "#"), "a\r\nc"}, {Edited("a#b\nc", H::removeComments, "#"), "a\nc"},
+        {Edited("\"a#b\"\nc", H::removeComments, "#"), "\"a\nc"}, {Edited("", H::removeComments, "#"), ""}};
+    for (size_t i = 0; i < std::size(edits); ++i)
+        EXPECT_EQ(edits[i].first, edits[i].second) << "edit number " << i;
     // Nothing trimmed: the string keeps its very buffer.
     SAnsiString untouched("abc");
     const char *before = untouched.getString();
     H::trim(untouched, "xyz");
     EXPECT_EQ(untouched.getString(), before);
-
-    EXPECT_EQ(Edited("aaa", H::replaceSubString, "aa", "b"), "ba");
-    EXPECT_EQ(Edited("abcabc", H::replaceSubString, "b", "bb"), "abbcabbc"); // replacement not searched again
-    EXPECT_EQ(Edited("abc", H::replaceSubString, "", "x"), "abc");
-    EXPECT_EQ(Edited("abc", H::replaceSubString, "abc", ""), "");
-    EXPECT_EQ(Edited("abc", H::replaceSubString, "z", "y"), "abc");
-    EXPECT_EQ(Edited("", H::replaceSubString, "a", "b"), "");
     SAnsiString self("xyx");
     H::replaceSubString(self, self, "q"); // from aliases the string
     EXPECT_EQ(Str(self), "q");
@@ -74,9 +75,8 @@ TEST(StringHelper, TrimReplaceRemoveCommentsAndMakeWords) {
     SAnsiString s("file.txt");
     EXPECT_TRUE(H::replaceSubStringAtEnd(s, ".txt", ".log"));
     EXPECT_EQ(Str(s), "file.log");
-    EXPECT_FALSE(H::replaceSubStringAtEnd(s, ".txt", ".x"));
-    EXPECT_FALSE(H::replaceSubStringAtEnd(s, "", ".x"));
-    EXPECT_FALSE(H::replaceSubStringAtEnd(s, "longer than it", ""));
+    for (const auto &[end, by] : {std::pair{".txt", ".x"}, {"", ".x"}, {"longer than it", ""}})
+        EXPECT_FALSE(H::replaceSubStringAtEnd(s, end, by)) << end;
     EXPECT_EQ(Str(s), "file.log");
     EXPECT_TRUE(H::replaceSubStringAtStart(s, "file", "/tmp/f"));
     EXPECT_EQ(Str(s), "/tmp/f.log");
@@ -84,26 +84,15 @@ TEST(StringHelper, TrimReplaceRemoveCommentsAndMakeWords) {
     EXPECT_TRUE(H::replaceSubStringAtStart(s, "/tmp/f.log", ""));
     EXPECT_EQ(Str(s), "");
 
-    EXPECT_EQ(Edited("a#b\nc", H::removeComments, "#"), "a\nc");
-    EXPECT_EQ(Edited("a#b", H::removeComments, "#"), "a");
-    EXPECT_EQ(Edited("a#b\r\nc#d\r\n", H::removeComments, "#"), "a\r\nc\r\n");
-    EXPECT_EQ(Edited("x // one\ny // two", H::removeComments, "//"), "x \ny ");
-    EXPECT_EQ(Edited("\"a#b\"\nc", H::removeComments, "#"), "\"a\nc"); // no quoting
-    EXPECT_EQ(Edited("abc", H::removeComments, ""), "abc");
-    EXPECT_EQ(Edited("", H::removeComments, "#"), "");
-    // A CR LF further on is preferred to a nearer bare LF: the line in between goes too.
-    EXPECT_EQ(Edited("a#1\nb\r\nc", H::removeComments, "#"), "a\r\nc");
-
-    EXPECT_EQ(Words("a \"b c\" d", " ", true, false), (V{"a", "b c", "d"}));
-    EXPECT_EQ(Words("a \"b c\" d", " ", false, false), (V{"a", "\"b", "c\"", "d"}));
-    EXPECT_EQ(Words("  a, b ,c  ", " ,", false, false), (V{"a", "b", "c"}));
-    EXPECT_EQ(Words(" a,b", " ,", false, true), (V{" ", "a", ",", "b"}));
-    EXPECT_EQ(Words("\"unterminated run", " ", true, false), (V{"unterminated run"}));
-    EXPECT_EQ(Words("x\"y z\"", " ", true, false), (V{"x", "y z"})); // a quote ends a bare word
-    EXPECT_EQ(Words("\"\" a", " ", true, false), (V{"", "a"}));
-    EXPECT_EQ(Words("", " ", true, false), V{});
-    EXPECT_EQ(Words("   ", " ", false, false), V{});
-    EXPECT_EQ(Words("abc", "", false, false), (V{"abc"}));
+    // A quote ends a bare word.
+    const std::pair<V, V> words[] = {
+        {Words("a \"b c\" d", " ", true, false), {"a", "b c", "d"}}, {Words("\"\" a", " ", true, false), {"", "a"}},
+        {Words("a \"b c\" d", " ", false, false), {"a", "\"b", "c\"", "d"}}, {Words("", " ", true, false), {}},
+        {Words("  a, b ,c  ", " ,", false, false), {"a", "b", "c"}}, {Words("abc", "", false, false), {"abc"}},
+        {Words(" a,b", " ,", false, true), {" ", "a", ",", "b"}}, {Words("x\"y z\"", " ", true, false), {"x", "y z"}},
+        {Words("\"unterminated run", " ", true, false), {"unterminated run"}}, {Words("   ", " ", false, false), {}}};
+    for (const auto &[split, expected] : words)
+        EXPECT_EQ(split, expected);
 
     TarnkitTest::ScopedLocale locale("en_US.UTF-8");
     if (!locale.ok())
@@ -133,10 +122,8 @@ TEST(StringHelper, AbsolutePathMatchesLexicalRealpath) {
     EXPECT_TRUE(sink.saw("!IsAbsolutePath(relativePath)"));
     EXPECT_TRUE(sink.saw("!pathPiece.isEmpty()"));
 
-    EXPECT_TRUE(IsAbsolutePath("/x"));
-    EXPECT_TRUE(IsAbsolutePath("\\x"));
-    EXPECT_FALSE(IsAbsolutePath("x/"));
-    EXPECT_FALSE(IsAbsolutePath(""));
+    for (const auto &[path, absolute] : {std::pair{"/x", true}, {"\\x", true}, {"x/", false}, {"", false}})
+        EXPECT_EQ(IsAbsolutePath(path), absolute) << path;
 }
 
 // Fixtures made once with python3:

@@ -22,25 +22,19 @@ template <class S>
 std::string Loaded(bool ok, const S &s) { return ok ? std::string(s.getString()) : "<refused>"; }
 std::u16string Loaded(bool ok, const SWCharString &s) { return ok ? ToU16(s) : u"<refused>"; }
 
-class Utf8Locale : public ::testing::Test {
-protected:
-    void SetUp() override {
-        if (!m_locale.ok())
-            GTEST_SKIP() << "C.UTF-8 is not installed";
-    }
-    TarnkitTest::ScopedLocale m_locale{"C.UTF-8"};
-};
-
 } // namespace
 
-TEST_F(Utf8Locale, SizesPerKindAndCharactersToZta) {
-    SAnsiString ansi("a\xC3\xA9\xF0\x9F\x98\x80"); // a, e-acute, U+1F600: 7 bytes, 4 units
-    SWCharString wide(Wide(u"a\u00e9\U0001F600").data());
+TEST(StringKinds, SizesCharactersAndConversionsToAndFromExternalForms) {
+    TarnkitTest::ScopedLocale locale("C.UTF-8");
+    if (!locale.ok())
+        GTEST_SKIP() << "C.UTF-8 is not installed";
+    SAnsiString utf8("a\xC3\xA9\xF0\x9F\x98\x80"); // a, e-acute, U+1F600: 7 bytes, 4 units
+    SWCharString utf16(Wide(u"a\u00e9\U0001F600").data());
     // In "x\xFFy" the invalid byte counts as one character.
     const std::pair<size_t, size_t> sizes[] = {
-        {ansi.getNBytesForMBCS(), 8}, {ansi.getNBytesForAscii(), 8}, {ansi.getNBytesForWChar(), 10},
-        {ansi.getNBytesForZTA(), 10}, {ansi.getNBytesForUTF8(), 8}, {SAnsiString("x\xFFy").getNBytesForWChar(), 8},
-        {wide.getNBytesForMBCS(), 8}, {wide.getNBytesForWChar(), 10}, {wide.getNBytesForUTF8(), 8},
+        {utf8.getNBytesForMBCS(), 8}, {utf8.getNBytesForAscii(), 8}, {utf8.getNBytesForWChar(), 10},
+        {utf8.getNBytesForZTA(), 10}, {utf8.getNBytesForUTF8(), 8}, {SAnsiString("x\xFFy").getNBytesForWChar(), 8},
+        {utf16.getNBytesForMBCS(), 8}, {utf16.getNBytesForWChar(), 10}, {utf16.getNBytesForUTF8(), 8},
         {SAsciiString("abc").getNBytesForUTF8(), 4}, {SAsciiString("abc").getNBytesForZTA(), 8}};
     for (size_t i = 0; i < std::size(sizes); ++i)
         EXPECT_EQ(sizes[i].first, sizes[i].second) << "size number " << i;
@@ -56,15 +50,12 @@ TEST_F(Utf8Locale, SizesPerKindAndCharactersToZta) {
     EXPECT_EQ(unit, 0x1234);
     EXPECT_EQ((SChar_t<char, 1>('\xE9').toZTAChar(&unit)), 1);
     EXPECT_EQ(unit, 0xFFE9); // the signed byte widens
-}
 
-TEST_F(Utf8Locale, ToAndFromExternalForms) {
     SAnsiString ansi("h\xC3\xA9\xFF");
-    unsigned short exact[4];
+    unsigned short exact[4], zta[5];
     ASSERT_EQ(ansi.getNBytesForWChar(), sizeof exact);
     EXPECT_EQ(ansi.toWChar(exact, sizeof exact), 4);
     EXPECT_EQ(ToU16(exact), u"h\u00e9?");
-    unsigned short zta[5];
     EXPECT_EQ(ansi.toZTA(zta, sizeof zta), 4);
     EXPECT_EQ(ToU16(zta), u"h\u00e9?");
     EXPECT_EQ(ansi.toZTA(nullptr, 0), 4);
@@ -76,11 +67,10 @@ TEST_F(Utf8Locale, ToAndFromExternalForms) {
     EXPECT_EQ(ToU16(exact), u"ok");
 
     SWCharString accents(Wide(u"\u00e9t\u00e9").data());
-    char narrow[8];
+    char narrow[8], tight[4] = {'-', '-', '-', '-'};
     EXPECT_EQ(accents.toMBCS(narrow, sizeof narrow), 6);
     EXPECT_STREQ(narrow, "\xC3\xA9t\xC3\xA9");
     // The last character does not fit strictly: the rest is "?", unterminated.
-    char tight[4] = {'-', '-', '-', '-'};
     EXPECT_EQ(accents.toMBCS(tight, 4), 4);
     EXPECT_EQ(std::string(tight, 4), "\xC3\xA9t?");
 
@@ -134,7 +124,10 @@ TEST_F(Utf8Locale, ToAndFromExternalForms) {
     EXPECT_EQ(SAnsiString("\xFC").getNBytesForUTF8(), 3u);
 }
 
-TEST_F(Utf8Locale, AsciiKindRefusesHighTextAndConstructsFromOtherKinds) {
+TEST(StringKinds, AsciiKindRefusesHighTextAndConstructsFromOtherKinds) {
+    TarnkitTest::ScopedLocale locale("C.UTF-8");
+    if (!locale.ok())
+        GTEST_SKIP() << "C.UTF-8 is not installed";
     TarnkitTest::CapturingSink sink;
     SAsciiString ascii("keep");
     EXPECT_FALSE(ascii.fromMBCS("caf\xC3\xA9"));

@@ -50,13 +50,10 @@ TEST(StrTok, BothTokenisersSplitAtWholeSeparatorsAndReportBadOnes) {
     SStrTok absent("abc", ";");
     EXPECT_EQ(Pieces(absent), (V{"abc"}));
     // After the end Next keeps answering the empty text.
-    EXPECT_EQ(Str(absent.Next()), "");
-    EXPECT_EQ(Str(absent.LeftStr()), "");
+    EXPECT_EQ((V{Str(absent.Next()), Str(absent.LeftStr())}), (V{"", ""}));
 
     SStrTok tok("a:b:c", ":");
-    EXPECT_EQ(Str(tok.RightStr()), "b:c");
-    EXPECT_EQ(Str(tok.GetString()), "b:c");
-    EXPECT_EQ(Str(tok.LeftStr()), "b");
+    EXPECT_EQ((V{Str(tok.RightStr()), Str(tok.GetString()), Str(tok.LeftStr())}), (V{"b:c", "b:c", "b"}));
     tok.Set("1;2", ";");
     EXPECT_EQ(Pieces(tok), (V{"1", "2"}));
     tok.SetString("p--q");
@@ -66,52 +63,43 @@ TEST(StrTok, BothTokenisersSplitAtWholeSeparatorsAndReportBadOnes) {
     tok.SetToken('.');
     EXPECT_EQ(Pieces(tok), (V{"p", "q"}));
 
+    // A refused separator is reported and the old one stays.
     TarnkitTest::CapturingSink sink;
+    auto reports = [&sink](auto &tokeniser, auto separator, const char *fragment) {
+        sink.clear();
+        tokeniser.SetToken(separator);
+        return sink.saw(fragment);
+    };
     tok.Set("a,b", ",");
-    tok.SetToken(static_cast<const char *>(nullptr));
-    EXPECT_TRUE(sink.saw("Token != NULL"));
-    EXPECT_EQ(Str(tok.Next()), "a"); // the old separator stays
-
-    sink.clear();
+    EXPECT_TRUE(reports(tok, static_cast<const char *>(nullptr), "Token != NULL"));
+    EXPECT_EQ(Str(tok.Next()), "a");
     tok.SetString("x,y");
-    tok.SetToken("");
-    EXPECT_TRUE(sink.saw("!SString( Token ).isEmpty()"));
+    EXPECT_TRUE(reports(tok, "", "!SString( Token ).isEmpty()"));
     EXPECT_TRUE(sink.saw("strtok.h"));
     // An empty separator hands out the whole text at once.
     EXPECT_EQ(Pieces(tok), (V{"x,y"}));
     // The constructors do not check; the result is the same.
     EXPECT_EQ(Pieces(SStrTok("m n", "")), (V{"m n"}));
 
-    // The tokeniser with a separator per call.
+    // The tokeniser with a separator per call; rest consumes nothing, and a copy is independent.
     RSStrTok rs("a:b:c");
-    EXPECT_EQ(Str(rs.RightStr(':')), "b");
-    EXPECT_EQ(Str(rs.rest()), "c");
-    EXPECT_EQ(Str(rs.rest()), "c"); // rest consumes nothing
+    EXPECT_EQ((V{Str(rs.RightStr(':')), Str(rs.rest()), Str(rs.rest())}), (V{"b", "c", "c"}));
+    EXPECT_EQ((V{Str(RSStrTok(rs).Next()), Str(rs.rest())}), (V{"c", "c"}));
 
     RSStrTok pairs(SAnsiString("k1=v1&k2=v2"));
-    EXPECT_EQ(Str(pairs.Next('&')), "k1=v1");
-    EXPECT_EQ(Str(pairs.LeftStr("=")), "k2");
-    EXPECT_EQ(Str(pairs.Next()), "v2");
+    EXPECT_EQ((V{Str(pairs.Next('&')), Str(pairs.LeftStr("=")), Str(pairs.Next())}), (V{"k1=v1", "k2", "v2"}));
     EXPECT_TRUE(pairs.IsEmpty());
 
-    EXPECT_EQ(Str(RSStrTok(rs).Next()), "c");
-    EXPECT_EQ(Str(rs.rest()), "c"); // the copy is independent
-
+    // RightStr drops the empty piece between the blanks.
     RSStrTok words;
     words.Set("one  two");
-    EXPECT_EQ(Str(words.LeftStr(' ')), "one");
-    EXPECT_EQ(Str(words.RightStr()), "two"); // drops the empty piece between the blanks
-    EXPECT_EQ(Str(words.RightStr("::")), "");
+    EXPECT_EQ((V{Str(words.LeftStr(' ')), Str(words.RightStr()), Str(words.RightStr("::"))}), (V{"one", "two", ""}));
 
-    sink.clear();
     RSStrTok bad("a,b");
     bad.SetToken(',');
-    bad.SetToken(static_cast<const char *>(nullptr));
-    EXPECT_TRUE(sink.saw("Token != NULL"));
+    EXPECT_TRUE(reports(bad, static_cast<const char *>(nullptr), "Token != NULL"));
     EXPECT_EQ(Str(bad.Next()), "a");
-    sink.clear();
-    bad.SetToken('\0');
-    EXPECT_TRUE(sink.saw("!SString( Token ).isEmpty()"));
+    EXPECT_TRUE(reports(bad, '\0', "!SString( Token ).isEmpty()"));
     EXPECT_EQ(Str(bad.Next()), "b");
 
     TarnkitTest::ScopedLocale locale("en_US.UTF-8");
@@ -140,8 +128,7 @@ TEST(ScanString, HandsOutValuesInPlaceholderOrder) {
     std::tuple<long, unsigned long, short, unsigned short, double, CharA, long, long> read{0, 0, 0, 0, 0, {}, 0, 99};
     std::apply([&numbers](auto &...value) { (numbers >> ... >> value); }, read);
     // Integer reads stop at the point; a read with no value left does not touch the target.
-    EXPECT_EQ(read, std::make_tuple(-42L, 4000000000UL, short(7), static_cast<unsigned short>(65535), 2.5, CharA('Q'),
-                                    12L, 99L));
+    EXPECT_EQ(read, decltype(read)(-42, 4000000000UL, 7, 65535, 2.5, CharA('Q'), 12, 99));
 
     SScanString blanks("  key=value;  next\tlast", "%1=%2; %3 %4");
     EXPECT_EQ(blanks.getNumVars(), 4);
@@ -159,8 +146,7 @@ TEST(ScanString, HandsOutValuesInPlaceholderOrder) {
     SScanString wide("x y", "%12 %3");
     EXPECT_EQ(wide.getNumVars(), 2);
     EXPECT_EQ(Scanned(wide, 3), (V{"-", "-", "y"}));
-    EXPECT_TRUE(wide.varOut(3));
-    EXPECT_FALSE(wide.varOut(12));
+    EXPECT_EQ((std::vector<bool>{wide.varOut(3), wide.varOut(12)}), (std::vector<bool>{true, false}));
 
     TarnkitTest::CapturingSink sink;
     SScanString huge("a b", "%1 %99999999999999999999");

@@ -17,10 +17,19 @@ namespace chr = std::chrono;
 namespace {
 
 constexpr int32_t kEpochDay = 2440587;
+using Ymd = std::tuple<short, unsigned char, unsigned char>;
 
-// The classic floating-point form of the day-number-to-date conversion, kept
-// here as the reference the library's integer version must match.
-void ReferenceJulianToYMD(long long value, long long &y, long long &m, long long &d) {
+// The library's day-number-to-date conversion; an unset field stays 1.
+Ymd LibraryYmd(long n) {
+    short y = 1;
+    unsigned char m = 1, d = 1;
+    SDate::JulianToYMD(n, y, m, d);
+    return {y, m, d};
+}
+
+// The classic floating-point form of the conversion, kept here as the
+// reference the library's integer version must match.
+Ymd ReferenceYmd(long long value) {
     long long j = value + 1;
     if (j >= 2299161) {
         long long a = static_cast<long long>(std::trunc((j - 1867216.25) / 36524.25));
@@ -30,9 +39,10 @@ void ReferenceJulianToYMD(long long value, long long &y, long long &m, long long
     const long long c = static_cast<long long>(std::trunc((b - 122.1) / 365.25));
     const long long e = b - static_cast<long long>(std::trunc(365.25 * c));
     const long long f = static_cast<long long>(std::trunc(e / 30.6001));
-    d = e - static_cast<long long>(std::trunc(30.6001 * f));
-    m = f < 13.5 ? f - 1 : f - 13;
-    y = m > 2.5 ? c - 4716 : c - 4715;
+    const long long d = e - static_cast<long long>(std::trunc(30.6001 * f));
+    const long long m = f < 13.5 ? f - 1 : f - 13;
+    const long long y = m > 2.5 ? c - 4716 : c - 4715;
+    return {static_cast<short>(y), static_cast<unsigned char>(m), static_cast<unsigned char>(d)};
 }
 
 // Julian-calendar day number (JDN - 1) of an AD date.
@@ -49,12 +59,9 @@ TEST(Calendar, GregorianDaysMatchChronoCivilDates) {
     for (int32_t n = first; n <= last; ++n) {
         const chr::sys_days sys{chr::days{n - kEpochDay}};
         const chr::year_month_day civil{sys};
-        short y;
-        unsigned char m, d;
-        SDate::JulianToYMD(n, y, m, d);
-        ASSERT_TRUE(y == static_cast<int>(civil.year()) && m == static_cast<unsigned>(civil.month()) &&
-                    d == static_cast<unsigned>(civil.day()))
-            << "day " << n << " gave " << y << "-" << int(m) << "-" << int(d);
+        const auto [y, m, d] = LibraryYmd(n);
+        ASSERT_EQ(std::tuple(int(y), unsigned(m), unsigned(d)),
+                  std::tuple(int(civil.year()), unsigned(civil.month()), unsigned(civil.day()))) << "day " << n;
         ASSERT_EQ(SDate(y, m, d).GetDayNumber(), n) << "day " << n << " does not come back";
         ASSERT_EQ(SDate::FromDayNumber(n).GetDayOfWeek(), chr::weekday(sys).c_encoding()) << "weekday of " << n;
     }
@@ -73,10 +80,8 @@ TEST(Calendar, LookupTablesAgreeWithTheFormulas) {
         ASSERT_EQ(static_cast<int>(place.weekday), Calendar::DayOfWeek(n)) << "weekday of " << n;
     }
     // Every local minute of the UTC day before, the day itself and the day after.
-    for (int i = 0; i < 3 * 1440; ++i) {
-        const int minute = i % 1440;
-        ASSERT_EQ(tables.localMinute[i], ((minute % 60) << 8 | minute / 60) + (i / 1440) * 16384) << "minute " << i;
-    }
+    for (int i = 0; i < 3 * 1440; ++i)
+        ASSERT_EQ(tables.localMinute[i], ((i % 60) << 8 | i % 1440 / 60) + (i / 1440) * 16384) << "minute " << i;
 }
 
 TEST(Calendar, JulianPartMatchesJulianFormulaAndIsContiguous) {
@@ -86,9 +91,7 @@ TEST(Calendar, JulianPartMatchesJulianFormulaAndIsContiguous) {
         for (unsigned char m = 1; m <= 12; ++m)
             for (unsigned char d = 1; d <= 31; ++d) {
                 const SDate date(y, m, d);
-                if (!date.IsValid())
-                    continue;
-                if (y == 1582 && (m > 10 || (m == 10 && d > 4)))
+                if (!date.IsValid() || (y == 1582 && (m > 10 || (m == 10 && d > 4))))
                     continue;
                 ASSERT_EQ(date.GetDayNumber(), JulianCalendarDay(y, m, d)) << y << "-" << int(m) << "-" << int(d);
                 ASSERT_EQ(date.GetDayNumber(), expected++);
@@ -103,23 +106,12 @@ TEST(Calendar, JulianPartMatchesJulianFormulaAndIsContiguous) {
 TEST(Calendar, IntegerConversionMatchesFloatingPointFormulaEverywhere) {
     // Every day from the earliest valid date through the latest, then a
     // spread over the whole 32-bit range.
-    auto check = [](long long n) {
-        long long ry, rm, rd;
-        ReferenceJulianToYMD(n, ry, rm, rd);
-        short y;
-        unsigned char m, d;
-        SDate::JulianToYMD(static_cast<long>(n), y, m, d);
-        return y == static_cast<short>(ry) && m == static_cast<unsigned char>(rm) &&
-               d == static_cast<unsigned char>(rd);
-    };
     for (long long n = SDate(-32768, 1, 1).GetDayNumber(); n < 2299160; ++n)
-        ASSERT_TRUE(check(n)) << n;
+        ASSERT_TRUE(LibraryYmd(static_cast<long>(n)) == ReferenceYmd(n)) << n;
     for (long long n = INT32_MIN + 1; n < INT32_MAX - 7919; n += 7919)
-        ASSERT_TRUE(check(n)) << n;
+        ASSERT_TRUE(LibraryYmd(static_cast<long>(n)) == ReferenceYmd(n)) << n;
     // Beyond the day range there is no date.
-    short y = 1;
-    unsigned char m = 1, d = 1;
-    SDate::JulianToYMD(static_cast<long>(INT32_MAX) + 1, y, m, d);
+    const auto [y, m, d] = LibraryYmd(static_cast<long>(INT32_MAX) + 1);
     EXPECT_EQ(std::tuple(y, m), std::tuple(0, 0));
 }
 
@@ -153,11 +145,9 @@ TEST(Calendar, DateValidationArithmeticAndWeeks) {
     EXPECT_FALSE((SDate::FromDayNumber(INT32_MAX) + STimeSpan(1, 0, 0, 0, 0)).IsValid());
 
     // 2024-09-01 is a Sunday: in weeks from Monday it is alone in week 1.
-    struct Week {
-        int day, firstWeekday, week;
-    };
-    for (const Week &w : {Week{1, 0, 1}, Week{7, 0, 1}, Week{8, 0, 2}, Week{2, 1, 2}, Week{30, 1, 6}})
-        EXPECT_EQ(SDate(2024, 9, w.day).GetWeekOfMonth(w.firstWeekday), w.week) << w.day << " " << w.firstWeekday;
+    for (const auto &[day, firstWeekday, week] :
+         {std::tuple{1, 0, 1}, std::tuple{7, 0, 1}, std::tuple{8, 0, 2}, std::tuple{2, 1, 2}, std::tuple{30, 1, 6}})
+        EXPECT_EQ(SDate(2024, 9, day).GetWeekOfMonth(firstWeekday), week) << day << " " << firstWeekday;
 }
 
 TEST(Calendar, SpanPartsTruncateTowardsZero) {
@@ -181,7 +171,7 @@ TEST(Calendar, SpanPartsTruncateTowardsZero) {
                          "(nSeconds <= 0) && (nMilliseconds <= 0))"));
 }
 
-TEST(Calendar, TimeOfDayValuesWrapWithinOneDay) {
+TEST(Calendar, TimeOfDayWrapsWithinOneDayAndMomentsCarryDays) {
     const STimeZone &utc = STimeZone::TZ_UTC();
     const STime t(23, 30, 15, 250, utc);
     EXPECT_EQ(t.GetRawValue(), 84615250);
@@ -201,32 +191,20 @@ TEST(Calendar, TimeOfDayValuesWrapWithinOneDay) {
                          STimeComparison(early, early, east)),
               std::tuple(-1, 1, 0));
 
-    TarnkitTest::CapturingSink sink;
-    EXPECT_FALSE(STime(24, 0, 0, 0, utc).IsValid());
-    EXPECT_TRUE(sink.saw("false"));
-    STime viaSet;
-    viaSet.Set(1, 60, 0, 0, utc);
-    EXPECT_FALSE(viaSet.IsValid());
-    EXPECT_TRUE(sink.saw("(hour < 24) && (minute < 60) && (second < 60) && (millisecond < 1000)"));
-    EXPECT_FALSE((STime() + STimeSpan(5LL)).IsValid());
-}
-
-TEST(Calendar, MomentArithmeticCarriesDays) {
-    const STimeZone &utc = STimeZone::TZ_UTC();
-    const SDateTime t(2024, 12, 31, 23, 0, 0, 0, utc);
-    const SDateTime next = t + STimeSpan(0, 2, 0, 0, 0);
+    // Moments carry whole days.
+    const SDateTime eve(2024, 12, 31, 23, 0, 0, 0, utc);
+    const SDateTime next = eve + STimeSpan(0, 2, 0, 0, 0);
     EXPECT_EQ(next, SDateTime(2025, 1, 1, 1, 0, 0, 0, utc));
-    EXPECT_EQ(next - STimeSpan(0, 2, 0, 0, 0), t);
-    EXPECT_EQ(t - STimeSpan(-1, -2, 0, 0, 0), SDateTime(2025, 1, 2, 1, 0, 0, 0, utc));
-    EXPECT_EQ(next - t, STimeSpan(0, 2, 0, 0, 0));
+    EXPECT_EQ(next - STimeSpan(0, 2, 0, 0, 0), eve);
+    EXPECT_EQ(eve - STimeSpan(-1, -2, 0, 0, 0), SDateTime(2025, 1, 2, 1, 0, 0, 0, utc));
+    EXPECT_EQ(next - eve, STimeSpan(0, 2, 0, 0, 0));
     EXPECT_EQ(SDateTime(1970, 1, 1, 0) - SDateTime(2000, 1, 1, 0), STimeSpan(-10957LL * 86400000));
-    EXPECT_TRUE(t < next);
-    EXPECT_TRUE(next >= t);
+    EXPECT_TRUE(eve < next);
+    EXPECT_TRUE(next >= eve);
     EXPECT_FALSE(SDateTime().IsValid());
 
     // An invalid half stays invalid; the other moves.
-    const SDateTime noTime(SDate(2024, 1, 1), STime());
-    const SDateTime moved = noTime + STimeSpan(1, 5, 0, 0, 0);
+    const SDateTime moved = SDateTime(SDate(2024, 1, 1), STime()) + STimeSpan(1, 5, 0, 0, 0);
     EXPECT_EQ(moved.GetUTCDate(), SDate(2024, 1, 2));
     EXPECT_FALSE(moved.GetUTCTime().IsValid());
 
@@ -236,4 +214,13 @@ TEST(Calendar, MomentArithmeticCarriesDays) {
     EXPECT_EQ(civil, SDateTime(2024, 6, 2, 3, 0, 0, 0, utc));
     EXPECT_EQ(std::tuple(civil.GetDay(west), civil.GetHour(west)), std::tuple(1, 22));
     EXPECT_EQ(civil.GetDate(west), SDate(2024, 6, 1));
+
+    TarnkitTest::CapturingSink sink;
+    EXPECT_FALSE(STime(24, 0, 0, 0, utc).IsValid());
+    EXPECT_TRUE(sink.saw("false"));
+    STime viaSet;
+    viaSet.Set(1, 60, 0, 0, utc);
+    EXPECT_FALSE(viaSet.IsValid());
+    EXPECT_TRUE(sink.saw("(hour < 24) && (minute < 60) && (second < 60) && (millisecond < 1000)"));
+    EXPECT_FALSE((STime() + STimeSpan(5LL)).IsValid());
 }

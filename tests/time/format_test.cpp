@@ -20,32 +20,27 @@ namespace {
 
 const STimeZone &Utc() { return STimeZone::TZ_UTC(); }
 
-std::string Fmt(const SDateTime &when, const char *pattern, const STimeZone &zone = STimeZone::TZ_UTC()) {
+std::string Fmt(const SDateTime &when, const char *pattern, const STimeZone &zone = Utc()) {
     return std::string(when.Format(pattern, zone));
 }
 
 // The process runs in UTC, so that TZ_Local and the C library's local time
 // agree with the zones the tests name.
-class TimeEnvironment : public ::testing::Environment {
-public:
-    void SetUp() override {
-        setenv("TZ", "UTC0", 1);
-        tzset();
-    }
-};
-const auto *g_environment = ::testing::AddGlobalTestEnvironment(new TimeEnvironment);
+const bool g_inUtc = [] {
+    setenv("TZ", "UTC0", 1);
+    tzset();
+    return true;
+}();
 
 } // namespace
 
-TEST(DatePattern, FieldsPaddingNamesAndQuotes) {
-    const SDateTime when(2024, 3, 7, 9, 5, 3, 42, Utc());
+TEST(DatePattern, FieldsPaddingNamesQuotesZonesAndHalves) {
+    const SDateTime when(2024, 3, 7, 9, 5, 3, 42, Utc()), summer(2024, 7, 1, 12, 0, 0, 0, Utc());
     // 2024-03-03 is a Sunday; names are the C locale's.
     const SDateTime midnight(2024, 3, 3, 0, 0, 0, 0, Utc()), noon(2024, 3, 3, 12, 0, 0, 0, Utc());
-    struct Case {
-        SDateTime when;
-        const char *pattern, *expected;
-    };
-    const Case cases[] = {
+    // A moment with one invalid half prints nothing for that half.
+    const SDateTime dateOnly(SDate(2024, 3, 7), STime()), timeOnly(SDate(), STime(9, 5, 3, 0, Utc()));
+    const std::tuple<SDateTime, const char *, const char *> cases[] = {
         {when, "yyyy-MM-dd HH:mm:ss", "2024-03-07 09:05:03"}, {when, "yyyyMMdd_HHmmss", "20240307_090503"},
         {when, "yyyy-MM-dd@HH:mm:ss.SS", "2024-03-07@09:05:03.042"}, // S runs print three digits
         {when, "d/M/y H:m:s.S", "7/3/24 9:5:3.42"}, {when, "yyyy-MM-dd\tHH:mm:ss\t", "2024-03-07\t09:05:03\t"},
@@ -64,9 +59,11 @@ TEST(DatePattern, FieldsPaddingNamesAndQuotes) {
         // text, and an apostrophe inside it closes the run.
         {when, "M'/'d'/'yy'   'H':'mm':'ss'    ''text", "3/7/24   9:05:03    text"},
         {when, "H'    it's here", "9    it3 9ere"},
+        {dateOnly, "yyyy-MM-dd HH:mm:ss.SSS tt", "2024-03-07 ::. "}, {SDateTime(), "yyyy'x'HH", "x"},
+        {timeOnly, "yyyy-MM-dd ddd g HH:mm:ss", "--   09:05:03"},
     };
-    for (const Case &c : cases)
-        EXPECT_EQ(Fmt(c.when, c.pattern), c.expected) << c.pattern;
+    for (const auto &[moment, pattern, expected] : cases)
+        EXPECT_EQ(Fmt(moment, pattern), expected) << pattern;
     EXPECT_EQ(std::string(when.Format(nullptr, Utc())), "");
 
     // Long runs and long literals outgrow any fixed buffer.
@@ -77,6 +74,22 @@ TEST(DatePattern, FieldsPaddingNamesAndQuotes) {
     for (int i = 0; i < 300; ++i)
         many += "yyyy-";
     EXPECT_EQ(Fmt(when, many.c_str()).size(), 300u * 5);
+
+    // Trace parameters: the local zone, or a fixed text when invalid.
+    EXPECT_EQ(std::string(STraceParameter(SDateTime(2024, 3, 7, 9, 5, 3, 7, Utc())).GetString()),
+              "2024-03-07@09:05:03.007");
+    EXPECT_EQ(std::string(STraceParameter(SDateTime()).GetString()), "invalid-date-time");
+    EXPECT_EQ(std::string(STraceParameter(dateOnly).GetString()), "invalid-date-time");
+
+    // In the zone given.
+    const STimeZone cet(SAnsiString("CET,-60,CEST,-60;3.5.0/02:00,10.5.0/03:00"));
+    EXPECT_EQ(Fmt(SDateTime(2024, 1, 31, 23, 30, 0, 0, Utc()), "yyyy-MM-dd HH:mm", cet), "2024-02-01 00:30");
+    EXPECT_EQ(Fmt(summer, "HH:mm", cet), "14:00");
+    // The era follows the stored UTC day; the zone does not move it.
+    EXPECT_EQ(Fmt(summer, "g", cet), "A.D.");
+    // Date and time halves alone.
+    EXPECT_EQ(std::string(SDate(2024, 2, 29).Format("dd.MM.yyyy HH")), "29.02.2024 00");
+    EXPECT_EQ(std::string(STime(9, 0, 0, 0, Utc()).Format("HH:mm", cet)).size(), 5u);
 
     // A spread of days and hours against strftime in the C locale.
     for (int day = 0; day < 3000; day += 37) {
@@ -89,32 +102,6 @@ TEST(DatePattern, FieldsPaddingNamesAndQuotes) {
             ASSERT_EQ(Fmt(sicTimespecToSDateTime(timespec{t, 0}), "yyyy-MM-dd HH:mm:ss hh yy"), expected);
         }
     }
-}
-
-TEST(DatePattern, InvalidHalvesPrintNothing) {
-    const SDateTime dateOnly(SDate(2024, 3, 7), STime());
-    EXPECT_EQ(Fmt(dateOnly, "yyyy-MM-dd HH:mm:ss.SSS tt"), "2024-03-07 ::. ");
-    const SDateTime timeOnly(SDate(), STime(9, 5, 3, 0, Utc()));
-    EXPECT_EQ(Fmt(timeOnly, "yyyy-MM-dd ddd g HH:mm:ss"), "--   09:05:03");
-    EXPECT_EQ(Fmt(SDateTime(), "yyyy'x'HH"), "x");
-
-    // Trace parameters: the local zone, or a fixed text when invalid.
-    EXPECT_EQ(std::string(STraceParameter(SDateTime(2024, 3, 7, 9, 5, 3, 7, Utc())).GetString()),
-              "2024-03-07@09:05:03.007");
-    EXPECT_EQ(std::string(STraceParameter(SDateTime()).GetString()), "invalid-date-time");
-    EXPECT_EQ(std::string(STraceParameter(dateOnly).GetString()), "invalid-date-time");
-}
-
-TEST(DatePattern, FormatsInTheZoneGiven) {
-    const STimeZone cet(SAnsiString("CET,-60,CEST,-60;3.5.0/02:00,10.5.0/03:00"));
-    EXPECT_EQ(Fmt(SDateTime(2024, 1, 31, 23, 30, 0, 0, Utc()), "yyyy-MM-dd HH:mm", cet), "2024-02-01 00:30");
-    const SDateTime summer(2024, 7, 1, 12, 0, 0, 0, Utc());
-    EXPECT_EQ(Fmt(summer, "HH:mm", cet), "14:00");
-    // The era follows the stored UTC day; the zone does not move it.
-    EXPECT_EQ(Fmt(summer, "g", cet), "A.D.");
-    // Date and time halves alone.
-    EXPECT_EQ(std::string(SDate(2024, 2, 29).Format("dd.MM.yyyy HH")), "29.02.2024 00");
-    EXPECT_EQ(std::string(STime(9, 0, 0, 0, Utc()).Format("HH:mm", cet)).size(), 5u);
 }
 
 TEST(Conversions, SystemTimeAndTm) {
@@ -167,14 +154,12 @@ TEST(Conversions, TimeTAndPosixClockTypes) {
     EXPECT_FALSE(sicTime_tToSDateTime(INT64_MAX, Utc()).IsValid());
 
     // timespec and timeval: exact, before 1970 too.
-    timespec ts{-1, 999000000};
-    const SDateTime before = sicTimespecToSDateTime(ts);
+    const SDateTime before = sicTimespecToSDateTime(timespec{-1, 999000000});
     EXPECT_EQ(before, SDateTime(1969, 12, 31, 23, 59, 59, 999, Utc()));
     timespec tsBack{};
     ASSERT_TRUE(sicSDateTimeToTimespec(before, tsBack));
     EXPECT_EQ(std::tuple(tsBack.tv_sec, tsBack.tv_nsec), std::tuple(-1, 999000000));
-    timeval tv{1719837015, 123456};
-    const SDateTime fromTv = sicTimevalToSDateTime(tv);
+    const SDateTime fromTv = sicTimevalToSDateTime(timeval{1719837015, 123456});
     EXPECT_EQ(fromTv.GetMillisecond(), 123);
     timeval tvBack{};
     ASSERT_TRUE(sicSDateTimeToTimeval(fromTv, tvBack));
@@ -185,8 +170,7 @@ TEST(Conversions, TimeTAndPosixClockTypes) {
 
     // Now is now.
     const SDateTime now = SDateTime::GetCurrentDateTime();
-    const SDateTime sys = sicTimespecToSDateTime(timespec{std::time(nullptr), 0});
-    EXPECT_LT(std::llabs((now - sys).GetTotalMilliseconds()), 2000);
+    EXPECT_LT(std::llabs((now - sicTimespecToSDateTime(timespec{std::time(nullptr), 0})).GetTotalMilliseconds()), 2000);
 }
 
 TEST(Conversions, OleDates) {

@@ -16,6 +16,7 @@
 #include <sstream>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 using namespace TarnkitA201;
@@ -73,16 +74,11 @@ std::string ExpectedTag(const std::vector<Entry> &table, uint32_t lcid) {
 std::string S(const SAnsiString &s) { return std::string(s.getString(), s.getLength()); }
 
 // The C locale of the process and of the thread, to prove queries leave it.
-struct LocaleSnapshot {
-    std::string global = setlocale(LC_ALL, nullptr);
-    locale_t thread = uselocale(static_cast<locale_t>(0));
-    bool operator==(const LocaleSnapshot &o) const { return global == o.global && thread == o.thread; }
-};
+std::pair<std::string, locale_t> CLocales() { return {setlocale(LC_ALL, nullptr), uselocale(locale_t{})}; }
 
-// Runs `body` on a thread whose own C locale is `name`; false if not installed.
+// Runs `body` on a thread whose own C locale is `name`, if that is installed.
 template <class Body>
-bool OnThreadWithLocale(const char *name, Body body) {
-    bool ran = false;
+void OnThreadWithLocale(const char *name, Body body) {
     std::thread([&] {
         const locale_t locale = newlocale(LC_ALL_MASK, name, static_cast<locale_t>(0));
         if (locale == static_cast<locale_t>(0))
@@ -91,9 +87,7 @@ bool OnThreadWithLocale(const char *name, Body body) {
         body();
         uselocale(previous);
         freelocale(locale);
-        ran = true;
     }).join();
-    return ran;
 }
 
 // Each death-test child starts afresh and reads the default locale from LC_ALL.
@@ -150,15 +144,14 @@ TEST(SLocaleTable, TagParsingAndLcidNames) {
         EXPECT_EQ(S(SLocale::LCIDToLanguageId(lcid)), id) << lcid;
     EXPECT_EQ(S(SLocale::LCIDToLanguageId(0x7F)), S(SLocale::GetShortLanguageId()));
 
-    TarnkitTest::CapturingSink sink;
-    for (const char *shortToken : {"e", "", "\xC3\xA9n-US", "-en"}) {
-        sink.clear();
-        EXPECT_EQ(SLocale::Rfc1766ToLcid(SAnsiString(shortToken)), 1024u) << shortToken;
-        EXPECT_TRUE(sink.saw("Language/country ids must be at least 2 characters")) << shortToken;
+    // A short language falls back to 1024, a short country to the language.
+    const std::pair<const char *, uint32_t> shortTokens[] = {
+        {"e", 1024}, {"", 1024}, {"\xC3\xA9n-US", 1024}, {"-en", 1024}, {"en-U", 0x409}};
+    for (const auto &[token, lcid] : shortTokens) {
+        TarnkitTest::CapturingSink sink;
+        EXPECT_EQ(SLocale::Rfc1766ToLcid(SAnsiString(token)), lcid) << token;
+        EXPECT_TRUE(sink.saw("Language/country ids must be at least 2 characters")) << token;
     }
-    sink.clear();
-    EXPECT_EQ(SLocale::Rfc1766ToLcid(SAnsiString("en-U")), 0x409u);
-    EXPECT_TRUE(sink.saw("at least 2 characters"));
 }
 
 TEST(SLocaleDefault, FollowsTheEnvironment) {
@@ -179,7 +172,24 @@ TEST(SLocaleDefault, FollowsTheEnvironment) {
     });
 }
 
-TEST(SLocaleConventions, MatchTheCLibrary) {
+TEST(SLocaleConventions, NegativeOrdersFallbacksAndTheCLibrary) {
+    TarnkitTest::CapturingSink sink;
+    EXPECT_EQ(SLocale::GetNegativeOrderForNumber(SLocale::English, false), 1);
+    EXPECT_EQ(SLocale::GetNegativeOrderForNumber(SLocale::English, true), 1); // -$1.1
+    EXPECT_EQ(SLocale::GetNegativeOrderForNumber(SLocale::Japanese, true), 2); // sign after the symbol
+    EXPECT_FALSE(sink.saw("retval"));
+    // Money orders above 4 are valid, yet the range check reports them.
+    EXPECT_EQ(SLocale::GetNegativeOrderForNumber(SLocale::German, true), 8); // -1,1 €
+    EXPECT_TRUE(sink.saw("(retval >= 0) && (retval <= 4)"));
+
+    // An LCID outside the table reads like en-US; a language whose locale
+    // is not installed in its country takes the language's main locale.
+    EXPECT_EQ(S(SLocale::GetMonthString(3, 0x7F)), "March");
+    EXPECT_EQ(S(SLocale::GetMonthString(3, 0xFFFF0409)), "March");
+    EXPECT_EQ(S(SLocale::GetDecimalSeparatorForNumber(0x1404 /* zh-MO */, false)), ".");
+    EXPECT_EQ(S(SLocale::GetCurrencySymbol(0xC07)), "\xE2\x82\xAC");
+
+    // Every installed locale reports what the C library says for it.
     const std::pair<uint32_t, const char *> installed[] = {
         {SLocale::English, "en_US.UTF-8"}, {SLocale::German, "de_DE.UTF-8"}, {SLocale::French, "fr_FR.UTF-8"},
         {SLocale::Japanese, "ja_JP.UTF-8"}};
@@ -188,7 +198,7 @@ TEST(SLocaleConventions, MatchTheCLibrary) {
         TarnkitTest::ScopedLocale scoped(name);
         if (!scoped.ok())
             GTEST_SKIP() << name << " not installed";
-        const LocaleSnapshot before;
+        const auto before = CLocales();
         const lconv &lc = *localeconv();
         EXPECT_EQ(S(SLocale::GetDecimalSeparatorForNumber(id, false)), lc.decimal_point);
         EXPECT_EQ(S(SLocale::GetThousandSeparatorForNumber(id, false)), lc.thousands_sep);
@@ -212,34 +222,12 @@ TEST(SLocaleConventions, MatchTheCLibrary) {
         EXPECT_EQ(S(SLocale::GetAfterNoonString(id)), nl_langinfo(PM_STR));
         EXPECT_TRUE(SLocale::GetMonthString(0, id).isEmpty());
         EXPECT_TRUE(SLocale::GetWeekdayString(7, id).isEmpty());
-        EXPECT_TRUE(before == LocaleSnapshot());
+        EXPECT_TRUE(before == CLocales());
     }
 }
 
-TEST(SLocaleConventions, NegativeOrdersAndFallbacks) {
-    TarnkitTest::CapturingSink sink;
-    EXPECT_EQ(SLocale::GetNegativeOrderForNumber(SLocale::English, false), 1);
-    EXPECT_EQ(SLocale::GetNegativeOrderForNumber(SLocale::English, true), 1); // -$1.1
-    EXPECT_EQ(SLocale::GetNegativeOrderForNumber(SLocale::Japanese, true), 2); // sign after the symbol
-    EXPECT_FALSE(sink.saw("retval"));
-    // Money orders above 4 are valid, yet the range check reports them.
-    EXPECT_EQ(SLocale::GetNegativeOrderForNumber(SLocale::German, true), 8); // -1,1 €
-    EXPECT_TRUE(sink.saw("(retval >= 0) && (retval <= 4)"));
-
-    // An LCID outside the table reads like en-US; a language whose locale
-    // is not installed in its country takes the language's main locale.
-    EXPECT_EQ(S(SLocale::GetMonthString(3, 0x7F)), "March");
-    EXPECT_EQ(S(SLocale::GetMonthString(3, 0xFFFF0409)), "March");
-    EXPECT_EQ(S(SLocale::GetDecimalSeparatorForNumber(0x1404 /* zh-MO */, false)), ".");
-    EXPECT_EQ(S(SLocale::GetCurrencySymbol(0xC07)), "\xE2\x82\xAC");
-}
-
 TEST(SLocaleCalendar, OrderDelimitersAndForms) {
-    struct Case {
-        uint32_t lcid;
-        const char *date, *time, *dateText, *timeText;
-        bool dayMonth, monthYear;
-    };
+    using Case = std::tuple<uint32_t, const char *, const char *, const char *, const char *, bool, bool>;
     const Case cases[] = {
         {SLocale::English, "/", ":", "08/01/1999", "01:05:09 PM", false, true},
         {SLocale::German, ".", ":", "01.08.1999", "13:05:09", true, true},
@@ -248,22 +236,22 @@ TEST(SLocaleCalendar, OrderDelimitersAndForms) {
          "13\xE6\x99\x82" "05\xE5\x88\x86" "09\xE7\xA7\x92", false, false},
     };
     const STimeZone &utc = STimeZone::TZ_UTC();
-    const LocaleSnapshot before;
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.lcid);
-        EXPECT_EQ(S(SLocale::GetDateDelimiters(c.lcid)), c.date);
-        EXPECT_EQ(S(SLocale::GetTimeDelimiters(c.lcid)), c.time);
-        EXPECT_EQ(SLocale::PreferDayBeforeMonth(c.lcid), c.dayMonth);
-        EXPECT_EQ(SLocale::PreferDayBeforeYear(c.lcid), c.dayMonth);
-        EXPECT_EQ(SLocale::PreferMonthBeforeYear(c.lcid), c.monthYear);
-        EXPECT_EQ(S(SLocale::FormatDate(c.lcid, SDate(1999, 8, 1))), c.dateText);
-        EXPECT_EQ(S(SLocale::FormatTime(c.lcid, STime(13, 5, 9, 0, utc), utc)), c.timeText);
+    const auto before = CLocales();
+    for (const auto &[lcid, date, time, dateText, timeText, dayMonth, monthYear] : cases) {
+        SCOPED_TRACE(lcid);
+        EXPECT_EQ(S(SLocale::GetDateDelimiters(lcid)), date);
+        EXPECT_EQ(S(SLocale::GetTimeDelimiters(lcid)), time);
+        EXPECT_EQ(SLocale::PreferDayBeforeMonth(lcid), dayMonth);
+        EXPECT_EQ(SLocale::PreferDayBeforeYear(lcid), dayMonth);
+        EXPECT_EQ(SLocale::PreferMonthBeforeYear(lcid), monthYear);
+        EXPECT_EQ(S(SLocale::FormatDate(lcid, SDate(1999, 8, 1))), dateText);
+        EXPECT_EQ(S(SLocale::FormatTime(lcid, STime(13, 5, 9, 0, utc), utc)), timeText);
     }
     // All fields in the zone: 22:30 UTC is the next day in summer Berlin.
     const STimeZone cet(SAnsiString("CET,-60,CEST,-60;3.5.0/02:00,10.5.0/03:00"));
     const SDateTime when(1999, 8, 1, 22, 30, 0, 0, utc);
     EXPECT_EQ(S(SLocale::FormatDateTime(SLocale::German, when, cet)), "02.08.1999 00:30:00");
-    EXPECT_TRUE(before == LocaleSnapshot());
+    EXPECT_TRUE(before == CLocales());
 
     TarnkitTest::CapturingSink sink;
     EXPECT_TRUE(SLocale::FormatDate(SLocale::German, SDate()).isEmpty());
@@ -274,7 +262,7 @@ TEST(SLocaleCalendar, OrderDelimitersAndForms) {
 
 TEST(SLocaleThread, NamesFollowTheThreadLocaleAndLeaveTheCLocale) {
     TarnkitTest::ScopedLocale c("C");
-    const LocaleSnapshot before;
+    const auto before = CLocales();
     const std::pair<SAnsiString, const char *> names[] = {
         {SDateTimeString::GetLongDay(0), "Sunday"},           {SDateTimeString::GetShortDay(6), "Sat"},
         {SDateTimeString::GetLongMonth(12), "December"},      {SDateTimeString::GetShortMonth(1), "Jan"},
@@ -290,26 +278,18 @@ TEST(SLocaleThread, NamesFollowTheThreadLocaleAndLeaveTheCLocale) {
     SLocale::SetCurrentThreadLocale(SLocale::German);
     EXPECT_EQ(SLocale::GetCurrentThreadLocale(), SLocale::German);
     EXPECT_EQ(S(SLocale::GetMonthString(3, 0)), "M\xC3\xA4rz");
-    uint32_t other = 0;
-    std::thread([&] { other = SLocale::GetCurrentThreadLocale(); }).join();
-    EXPECT_EQ(other, initial);
+    std::thread([initial] { EXPECT_EQ(SLocale::GetCurrentThreadLocale(), initial); }).join();
     SLocale::SetCurrentThreadLocale(initial);
 
     // So do the names of a thread whose own C locale is switched.
-    std::string month, pattern, am;
-    const bool german = OnThreadWithLocale("de_DE.UTF-8", [&] {
-        month = S(SDateTimeString::GetLongMonth(3));
+    OnThreadWithLocale("de_DE.UTF-8", [] {
+        EXPECT_EQ(S(SDateTimeString::GetLongMonth(3)), "M\xC3\xA4rz");
         const SDateTime sunday(1999, 8, 1, 12, 0, 0, 0, STimeZone::TZ_UTC());
-        pattern = S(sunday.Format("dddd, d. MMMM", STimeZone::TZ_UTC()));
+        EXPECT_EQ(S(sunday.Format("dddd, d. MMMM", STimeZone::TZ_UTC())), "Sonntag, 1. August");
     });
-    const bool japanese = OnThreadWithLocale("ja_JP.UTF-8", [&] { am = S(SDateTimeString::GetShortAM(true)); });
-    if (german) {
-        EXPECT_EQ(month, "M\xC3\xA4rz");
-        EXPECT_EQ(pattern, "Sonntag, 1. August");
-    }
-    if (japanese) {
-        EXPECT_EQ(am, "\xE5\x8D\x88"); // the first character of the two
-    }
-    EXPECT_TRUE(before == LocaleSnapshot());
+    OnThreadWithLocale("ja_JP.UTF-8", [] {
+        EXPECT_EQ(S(SDateTimeString::GetShortAM(true)), "\xE5\x8D\x88"); // the first character of the two
+    });
+    EXPECT_TRUE(before == CLocales());
     EXPECT_EQ(S(SDateTimeString::GetLongMonth(3)), "March");
 }

@@ -15,6 +15,7 @@
 #include <iterator>
 #include <optional>
 #include <string>
+#include <tuple>
 
 using namespace TarnkitA201;
 
@@ -37,26 +38,21 @@ const std::pair<const char *, const char *> kRules[] = {
 };
 
 // Sets TZ for its lifetime and puts back what was there.
-class ScopedTZ {
-public:
+struct ScopedTZ {
     explicit ScopedTZ(const char *value) {
         if (const char *old = std::getenv("TZ"))
-            m_old = old;
+            previous = old;
         Set(value);
     }
-    ~ScopedTZ() { Set(m_old ? m_old->c_str() : nullptr); }
-
-private:
+    ~ScopedTZ() { Set(previous ? previous->c_str() : nullptr); }
     static void Set(const char *value) {
         value != nullptr ? setenv("TZ", value, 1) : unsetenv("TZ");
         tzset();
     }
-    std::optional<std::string> m_old;
+    std::optional<std::string> previous;
 };
 
 STimeZone Rule(const char *text) { return STimeZone(SAnsiString(text)); }
-
-std::string RulesOf(const char *text) { return std::string(Rule(text).GetRules()); }
 
 } // namespace
 
@@ -95,7 +91,7 @@ TEST(ZoneRules, AgreeWithTheCLibraryEveryHourFrom1970To2100) {
     }
 }
 
-TEST(ZoneRules, ReadAndRegenerateRuleText) {
+TEST(ZoneRules, ReadRegenerateAndSurviveMalformedRuleText) {
     const std::pair<const char *, const char *> regenerated[] = {
         {"UTC,0", "UTC,0"},
         {"EST,300,EDT", "EST,300,EDT,-60;4.1.0/02:00,10.5.0/02:00"},
@@ -107,8 +103,8 @@ TEST(ZoneRules, ReadAndRegenerateRuleText) {
         // The number reader saturates instead of overflowing.
         {"X,99999999999999999999", "X,-1"}};
     for (const auto &[text, rules] : regenerated) {
-        EXPECT_EQ(RulesOf(text), rules) << text;
-        EXPECT_EQ(RulesOf(rules), rules) << text;
+        EXPECT_EQ(std::string(Rule(text).GetRules()), rules) << text;
+        EXPECT_EQ(std::string(Rule(rules).GetRules()), rules) << text;
     }
     EXPECT_EQ(std::string(STimeZone::TZ_UTC().GetRules()), "UTC,0");
     EXPECT_FALSE(Rule("UTC,0").DSTEnabled());
@@ -123,6 +119,28 @@ TEST(ZoneRules, ReadAndRegenerateRuleText) {
     // A name alone: offset 0 and no daylight time.
     EXPECT_EQ(Rule("LONELY").StandardOffset(), 0);
     EXPECT_FALSE(Rule("LONELY").DSTEnabled());
+
+    // Malformed rules still give usable zones.
+    TarnkitTest::CapturingSink sink;
+    const SDateTime summer(2024, 7, 1, 12, 0, 0, 0, STimeZone::TZ_UTC());
+    for (const char *text : {"", ",", ",,,,;;;;", "X,99999999999999999999999", "X,0,Y;0.1.0,10.5.0",
+                             "X,0,Y;13.1.0,10.5.0", "X,0,Y;3.0.0,10.5.0", "X,0,Y;3.9.0,10.5.0", "X,0,Y;3.1.7,10.5.0",
+                             "X,0,Y;300.1.0/999999:99999,10.5.0", "X,0,Y;3.1.0/", "X,0,Y;-",
+                             "X,-,Y,-;-.-.-/-:-,-.-.-/-:-"}) {
+        const STimeZone zone = Rule(text);
+        zone.InDST(summer);
+        zone.UTCOffset(summer);
+        zone.GetRules();
+        zone.GetName(SDateTime());
+        EXPECT_FALSE(zone.InDST(SDateTime())) << text; // no day, no daylight time
+    }
+    // A month out of range means daylight time is never in force, with a
+    // trace line saying so.
+    sink.clear();
+    const STimeZone month13 = Rule("X,0,Y;13.1.0,10.5.0");
+    EXPECT_TRUE(month13.DSTEnabled());
+    EXPECT_FALSE(month13.InDST(summer));
+    EXPECT_TRUE(sink.saw("never in force"));
 }
 
 TEST(ZoneRules, TransitionEdgeCases) {
@@ -149,14 +167,11 @@ TEST(ZoneRules, TransitionEdgeCases) {
     // Civil times stored raw: the skipped spring hour counts as standard
     // time, and the repeated autumn hour as daylight time.
     const STimeZone us = Rule("EST,300,EDT");
-    struct Civil {
-        int month, day, hour, minute;
-        bool dst;
-    };
-    for (const Civil &c : {Civil{4, 7, 1, 59, false}, Civil{4, 7, 2, 30, false}, Civil{4, 7, 3, 0, true},
-                           Civil{10, 27, 0, 59, true}, Civil{10, 27, 1, 30, true}, Civil{10, 27, 2, 0, false}}) {
-        const SDateTime raw(SDate(2024, c.month, c.day), STime(0, 0, 0, (c.hour * 60 + c.minute) * 60000L));
-        EXPECT_EQ(us.InDST(raw, false), c.dst) << c.month << "-" << c.day << " " << c.hour << ":" << c.minute;
+    for (const auto &[month, day, hour, minute, dst] :
+         {std::tuple{4, 7, 1, 59, false}, std::tuple{4, 7, 2, 30, false}, std::tuple{4, 7, 3, 0, true},
+          std::tuple{10, 27, 0, 59, true}, std::tuple{10, 27, 1, 30, true}, std::tuple{10, 27, 2, 0, false}}) {
+        const SDateTime raw(SDate(2024, month, day), STime(0, 0, 0, (hour * 60 + minute) * 60000L));
+        EXPECT_EQ(us.InDST(raw, false), dst) << month << "-" << day << " " << hour << ":" << minute;
     }
     // The field constructor converts the civil time with that rule.
     EXPECT_EQ(SDateTime(2024, 7, 1, 12, 0, 0, 0, us), at(2024, 7, 1, 16));
@@ -171,60 +186,30 @@ TEST(ZoneRules, TransitionEdgeCases) {
     EXPECT_FALSE(us.InDST(at(2500, 12, 1, 12)));
 }
 
-TEST(ZoneRules, MalformedRulesGiveUsableZones) {
-    TarnkitTest::CapturingSink sink;
-    const SDateTime summer(2024, 7, 1, 12, 0, 0, 0, STimeZone::TZ_UTC());
-    for (const char *text : {"", ",", ",,,,;;;;", "X,99999999999999999999999", "X,0,Y;0.1.0,10.5.0",
-                             "X,0,Y;13.1.0,10.5.0", "X,0,Y;3.0.0,10.5.0", "X,0,Y;3.9.0,10.5.0", "X,0,Y;3.1.7,10.5.0",
-                             "X,0,Y;300.1.0/999999:99999,10.5.0", "X,0,Y;3.1.0/", "X,0,Y;-",
-                             "X,-,Y,-;-.-.-/-:-,-.-.-/-:-"}) {
-        const STimeZone zone = Rule(text);
-        zone.InDST(summer);
-        zone.UTCOffset(summer);
-        zone.GetRules();
-        zone.GetName(SDateTime());
-        EXPECT_FALSE(zone.InDST(SDateTime())) << text; // no day, no daylight time
-    }
-    // A month out of range means daylight time is never in force, with a
-    // trace line saying so.
-    sink.clear();
-    const STimeZone month13 = Rule("X,0,Y;13.1.0,10.5.0");
-    EXPECT_TRUE(month13.DSTEnabled());
-    EXPECT_FALSE(month13.InDST(summer));
-    EXPECT_TRUE(sink.saw("never in force"));
-}
-
 TEST(MachineZone, ReadFromTheTZVariableAndZoneFiles) {
-    const char *berlin = "CET,-60,CEST,-60;3.5.0/02:00,10.5.0/03:00";
-    struct Case {
-        const char *tz, *rules;
-        const char *trace = nullptr; // a fragment of the trace line expected, if any
-    };
-    const Case cases[] = {
-        {"CET-1CEST,M3.5.0,M10.5.0/3", berlin},
-        {":Europe/Berlin", berlin},
-        {"Europe/Dublin", "IST,-60,GMT,60;10.5.0/02:00,3.5.0/01:00"},
-        {"<+0330>-3:30", "+0330,-210"},
+    // TZ, the rules read from it, and a fragment of the trace line expected.
+    const std::tuple<const char *, const char *, const char *> cases[] = {
+        {"CET-1CEST,M3.5.0,M10.5.0/3", "CET,-60,CEST,-60;3.5.0/02:00,10.5.0/03:00", nullptr},
+        {":Europe/Berlin", "CET,-60,CEST,-60;3.5.0/02:00,10.5.0/03:00", nullptr},
+        {"Europe/Dublin", "IST,-60,GMT,60;10.5.0/02:00,3.5.0/01:00", nullptr},
+        {"<+0330>-3:30", "+0330,-210", nullptr},
         // Daylight dates as days of the year cannot be held: the standard
         // clock is kept.
         {"XST5XDT,J60,J300", "XST,300", "days of the year"},
         // A rule without dates takes the C library's default dates.
-        {"EST5EDT4", "EST,300,EDT,-60;3.2.0/02:00,11.1.0/02:00"},
+        {"EST5EDT4", "EST,300,EDT,-60;3.2.0/02:00,11.1.0/02:00", nullptr},
         {":No/Such_Zone", "UTC,0", "UTC is used"},
         {"Not a rule", "UTC,0", "UTC is used"},
         {"1234", "UTC,0", "UTC is used"},
-        {"", "UTC,0"}};
-    for (const Case &c : cases) {
+        {"", "UTC,0", nullptr}};
+    for (const auto &[value, rules, trace] : cases) {
         TarnkitTest::CapturingSink sink;
-        ScopedTZ tz(c.tz);
-        EXPECT_EQ(std::string(STimeZone(SAnsiString()).GetRules()), c.rules) << c.tz;
-        if (c.trace != nullptr) {
-            EXPECT_TRUE(sink.saw(c.trace)) << c.tz;
-        }
+        ScopedTZ tz(value);
+        EXPECT_EQ(std::string(STimeZone(SAnsiString()).GetRules()), rules) << value;
+        EXPECT_TRUE(trace == nullptr || sink.saw(trace)) << value;
     }
-}
 
-TEST(MachineZone, ZoneFileFooterNeedsAWellFormedFile) {
+    // A zone file's footer rule needs a well-formed file.
     std::ifstream file("/usr/share/zoneinfo/Europe/Berlin", std::ios::binary);
     const std::string berlin{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     ASSERT_FALSE(berlin.empty());
