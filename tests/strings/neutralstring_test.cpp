@@ -113,15 +113,13 @@ TEST(NeutralStringWrite, CanonicalAndFixedForms) {
         EXPECT_EQ(Str(NeutralString::FromNumber(value, decimals)), text);
     EXPECT_EQ(Str(NeutralString::FromNumber(0.5f, 3)), "0.500");
 
-    char text[] = "9.99";
-    EXPECT_FALSE(RoundUpHelper(text, 3));
-    EXPECT_STREQ(text, "0.00");
-    char other[] = "12.39";
-    EXPECT_TRUE(RoundUpHelper(other, 4));
-    EXPECT_STREQ(other, "12.40");
-    char signedText[] = "-9";
-    EXPECT_FALSE(RoundUpHelper(signedText, 1));
-    EXPECT_STREQ(signedText, "-0");
+    for (auto [before, last, carried, after] :
+         {std::tuple{"9.99", 3, false, "0.00"}, {"12.39", 4, true, "12.40"}, {"-9", 1, false, "-0"}}) {
+        char text[8];
+        std::strcpy(text, before);
+        EXPECT_EQ(RoundUpHelper(text, last), carried) << before;
+        EXPECT_STREQ(text, after);
+    }
 }
 
 // 15 significant digits bound the error of the text to 6e-15 of the value

@@ -174,7 +174,7 @@ TEST(FastPaths, FieldsFarOutsideTheCalendarStillFitTheirText) {
         }
 }
 
-TEST(FastPaths, CacheFollowsTheTextNotTheAddress) {
+TEST(FastPaths, CacheFollowsTheTextAndStaysPutDuringNestedFormats) {
     const SDateTime when(2024, 3, 7, 9, 5, 3, 42, STimeZone::TZ_UTC());
     // The same buffer, rewritten: shorter, longer, a prefix of the old,
     // empty, and back.
@@ -186,22 +186,17 @@ TEST(FastPaths, CacheFollowsTheTextNotTheAddress) {
         std::strcpy(pattern, text);
         EXPECT_EQ(Formatted(when, pattern), expected) << text;
     }
-}
 
-TEST(FastPaths, FormatsNestedInNameLookupsLeaveTheCacheAlone) {
     // While names are fetched the cache is busy: a Format run from there (a
     // trace line with a time stamp, say) must not evict the pattern the
     // outer Format is walking.
-    const SDateTime when(2024, 3, 7, 9, 5, 3, 42, STimeZone::TZ_UTC());
     const DatePattern::Compiled *outer = DatePattern::Lookup("ddd dd MMM yyyy");
     ASSERT_NE(outer, nullptr);
     {
         const DatePattern::CacheBusy busy;
         EXPECT_EQ(DatePattern::Lookup("HH:mm"), nullptr);
-        for (int i = 0; i < 20; ++i) {
-            const std::string pattern = "HH:mm '" + std::to_string(i) + "'";
-            EXPECT_EQ(Formatted(when, pattern.c_str()), "09:05 " + std::to_string(i));
-        }
+        for (int i = 0; i < 20; ++i)
+            EXPECT_EQ(Formatted(when, ("HH:mm '" + std::to_string(i) + "'").c_str()), "09:05 " + std::to_string(i));
     }
     const DatePattern::Fields f{
         .hasDate = true, .eraDate = SDate(), .year = 2024, .month = 3, .day = 7, .dayOfWeek = 4};
@@ -209,7 +204,7 @@ TEST(FastPaths, FormatsNestedInNameLookupsLeaveTheCacheAlone) {
     EXPECT_EQ(DatePattern::Lookup("ddd dd MMM yyyy"), outer);
 }
 
-TEST(FastPaths, ThreadsKeepTheirOwnCachesWithoutInterference) {
+TEST(FastPaths, ThreadsKeepTheirOwnCachesUpToTheirExit) {
     const SDateTime when(2024, 3, 7, 9, 5, 3, 42, STimeZone::TZ_UTC());
     const std::vector<std::string> patterns = Patterns();
     std::vector<std::string> expected;
@@ -227,6 +222,15 @@ TEST(FastPaths, ThreadsKeepTheirOwnCachesWithoutInterference) {
     for (std::thread &thread : threads)
         thread.join();
     EXPECT_EQ(failures, std::vector<int>(4, 0));
+
+    // Formatting still works while a thread ends.
+    std::string late;
+    std::thread([&late] {
+        thread_local FormatsAtThreadExit object;
+        object.out = &late;
+        EXPECT_EQ(Formatted(SDateTime(2000, 1, 1, 0, 0, 0, 0, STimeZone::TZ_UTC()), "yyyy"), "2000");
+    }).join();
+    EXPECT_EQ(late, "2024-03-07 09:05");
 }
 
 TEST(FastPaths, MultibytePatternsAreReadInTheLocaleOfEachCall) {
@@ -247,14 +251,4 @@ TEST(FastPaths, MultibytePatternsAreReadInTheLocaleOfEachCall) {
             GTEST_SKIP() << "no UTF-8 locale";
         EXPECT_EQ(Formatted(when, pattern), "09\x81" "07");
     }
-}
-
-TEST(FastPaths, FormattingStillWorksWhileAThreadEnds) {
-    std::string late;
-    std::thread([&late] {
-        thread_local FormatsAtThreadExit object;
-        object.out = &late;
-        EXPECT_EQ(Formatted(SDateTime(2000, 1, 1, 0, 0, 0, 0, STimeZone::TZ_UTC()), "yyyy"), "2000");
-    }).join();
-    EXPECT_EQ(late, "2024-03-07 09:05");
 }
